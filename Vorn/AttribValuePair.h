@@ -1,0 +1,66 @@
+// Configuration files: one entry of a section.
+#pragma once
+
+#include <cstdint>
+
+#include "Vorn/String.h"
+#include "Vorn/WString.h"
+#include "platform/Export.h"
+
+namespace Vorn {
+
+/// A line of the form attribute, separator, value, kept as the line and as its two parts. The state
+/// says which of them is current, so that a line from a file is written back as it was read unless
+/// its parts were changed. Lines without separator, such as comments, have empty parts. Nothing is
+/// trimmed. The separator is not stored.
+///
+/// A plain value; `std::bad_alloc` is the only failure, and the pair then keeps its value.
+class VORN_EXPORT AttribValuePair {
+public:
+    enum State : std::int32_t {
+        kSynced = 0,     ///< Line and parts hold; the line is the text to write.
+        kLineOnly = 1,   ///< The line is the text to write.
+        kFieldsOnly = 2  ///< The parts are the text to write; the line is stale.
+    };
+
+    /// All constructors leave `kSynced`. The line is the parts with one separator between them.
+    AttribValuePair(const String& attrib, const String& value, char separator);
+    /// The parts are the UTF-8 encodings, up to their first zero byte.
+    AttribValuePair(const WString& attrib, const WString& value, char separator);
+    /// Splits `line` at the first `separator`, not 0, before any zero byte.
+    AttribValuePair(const String& line, char separator);
+    AttribValuePair(const AttribValuePair& other) = default;
+    AttribValuePair(AttribValuePair&& other) noexcept = default;
+    ~AttribValuePair() = default;
+    /// From `kLineOnly`, splits the line at "=" and leaves `kSynced`; from `kFieldsOnly`, takes the
+    /// parts alone; from `kSynced`, takes everything.
+    AttribValuePair& operator=(const AttribValuePair& source);
+
+    /// The text to write: the line, or in `kFieldsOnly` the parts with `separator` between them.
+    String asString(char separator) const;
+    /// The same, widened byte by byte.
+    WString asWString(char separator) const;
+    /// Whether both parts hold and neither has size 0.
+    bool valid() const;
+    /// Equal in all that holds in both; two synced pairs are equal if their parts or their lines
+    /// are.
+    bool operator==(const AttribValuePair& other) const;
+
+    State getState() const { return state; }
+    const String& getAttrib() const { return attrib; }
+    const String& getValue() const { return value; }
+    /// Change one part and leave `kFieldsOnly`.
+    void setAttrib(const String& text);
+    void setValue(const String& text);
+    /// Changes the line, and the parts by splitting it at "="; leaves `kLineOnly`.
+    void setLine(const String& text);
+
+private:
+    State state;
+    String line;
+    String attrib;
+    String value;
+    friend struct AttribValuePairLayout;
+};
+
+}  // namespace Vorn

@@ -1,0 +1,145 @@
+// Memory: the two-word reference-counted handle.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "platform/Export.h"
+#include "platform/OS.h"
+#include "platform/iAtomicServices.h"
+
+class iCriticalSection;
+class iFile;
+
+namespace Vorn {
+
+// A handle may hold a buffer from `new[]`.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
+/// Destruction policy: the scalar `delete`, for arrays too, since all forms end in one allocator.
+struct DtorTraits {
+    template <class T>
+    static void destroy(T* object) noexcept {
+        delete object;
+    }
+};
+
+#pragma GCC diagnostic pop
+
+/// Counting policy: the handle keeps the counter in a block of its own beside the object.
+struct ExternalRefCountTraits {
+    static constexpr bool ownsCounter = true;
+};
+
+/// Counting policy: the counter is part of the object and goes with it.
+struct InternalRefCountTraits {
+    static constexpr bool ownsCounter = false;
+};
+
+/// The counting policy of `Ptr<T>` where none is named: internal for what the platform hands out.
+template <class T>
+struct DefaultRefCountTraits {
+    using type = ExternalRefCountTraits;
+};
+template <>
+struct DefaultRefCountTraits<iCriticalSection> {
+    using type = InternalRefCountTraits;
+};
+template <>
+struct DefaultRefCountTraits<iFile> {
+    using type = InternalRefCountTraits;
+};
+
+/// Shared ownership of a `T`. Copies share the object; the last handle destroys it, on its thread.
+///
+/// Thread safety: handles to one object may be copied and destroyed on different threads at the
+/// same time. A single handle is plain data and belongs to one thread at a time.
+///
+/// Invariants:
+/// 1. A handle is two words, the counter's address and the object's.
+/// 2. A handle without object owns nothing, and its counter word is never used.
+/// 3. The counter equals the number of handles that share the object; it changes only through
+///    `iAtomicServices`.
+template <class T, class Dtor = DtorTraits,
+          class RefCountTraits = typename DefaultRefCountTraits<T>::type>
+class Ptr {
+public:
+    Ptr() noexcept = default;
+
+    /// Takes over `p`, which may be null. When the counter cannot be allocated, `std::bad_alloc`
+    /// comes out and `p` is still the caller's.
+    explicit Ptr(T* p) requires RefCountTraits::ownsCounter
+        : counter(p ? new std::int32_t(0) : nullptr),
+          object(p) {
+        incRef();
+    }
+
+    /// Takes over the count that `object` already carries for this handle in `*counter`.
+    static Ptr adopt(T* object, std::int32_t* counter) noexcept
+        requires(!RefCountTraits::ownsCounter) {
+        Ptr handle;
+        handle.counter = counter;
+        handle.object = object;
+        return handle;
+    }
+
+    Ptr(const Ptr& other) noexcept : counter(other.counter), object(other.object) { incRef(); }
+    Ptr(Ptr&& other) noexcept
+        : counter(std::exchange(other.counter, nullptr)),
+          object(std::exchange(other.object, nullptr)) {}
+    ~Ptr() { decRef(); }
+
+    /// Counts the new object before it lets go of the old one, so that assigning a handle to
+    /// another handle of the same object never frees it.
+    Ptr& operator=(const Ptr& other) noexcept {
+        if (this == &other) return *this;
+        Ptr old(*this);
+        counter = other.counter;
+        object = other.object;
+        incRef();
+        old.decRef();  // The count that this handle held; the destructor gives up the copy's own.
+        return *this;
+    }
+    Ptr& operator=(Ptr&& other) noexcept {
+        Ptr taken(std::move(other));
+        std::swap(counter, taken.counter);
+        std::swap(object, taken.object);
+        return *this;
+    }
+
+    T* get() const noexcept { return object; }
+    T* operator->() const noexcept { return object; }
+    T& operator*() const noexcept { return *object; }
+    explicit operator bool() const noexcept { return object != nullptr; }
+
+    /// One more count on the object, if there is one.
+    void incRef() noexcept {
+        if (object) OS()->atomicServices()->increment(counter);
+    }
+
+    /// One count less; the one that makes it 0 frees the counter, destroys the object and empties
+    /// the handle. Other handles keep their words.
+    void decRef() noexcept {
+        if (!object || OS()->atomicServices()->decrement(counter) != 0) return;
+        std::int32_t* const lastCounter = std::exchange(counter, nullptr);
+        T* const lastObject = std::exchange(object, nullptr);
+        if constexpr (RefCountTraits::ownsCounter) delete lastCounter;
+        Dtor::destroy(lastObject);
+    }
+
+private:
+    std::int32_t* counter = nullptr;
+    T* object = nullptr;
+};
+
+namespace TypeManip {
+
+/// A factory for `T` as a plain function.
+template <class T>
+struct TemplatedNew {
+    static void* new_() { return new T(); }
+};
+
+}  // namespace TypeManip
+}  // namespace Vorn

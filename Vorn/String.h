@@ -1,0 +1,167 @@
+// Text and containers: the 8-bit string.
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <iosfwd>
+#include <utility>
+
+#include "Vorn/SplitFlags.h"
+#include "platform/Export.h"
+
+class String;
+class StringRep;
+class SubString;
+template <class T>
+class Vector;
+
+/// The byte of a `String` at a position, as the subscript of a changeable string returns it. Copies
+/// address the same byte. The string must outlive it.
+class VORN_EXPORT StringChar {
+public:
+    StringChar(String* addressed, unsigned position) noexcept
+        : string(addressed), index(position) {}
+    StringChar(const StringChar&) noexcept = default;
+
+    /// The byte; 0 past the end.
+    operator char() const;
+    /// Writes the byte. At or past the end the string is padded with spaces up to it.
+    StringChar& operator=(char c);
+    /// Writes the byte that `other` addresses.
+    StringChar& operator=(const StringChar& other);
+
+private:
+    String* string;
+    unsigned index;
+};
+
+/// Zero-terminated 8-bit text. Copies share one representation until one of them is modified, and
+/// allocate nothing; the empty string has no representation at first and costs nothing.
+///
+/// Positions and counts are bytes, in 32 bits; a search that finds nothing returns 0xFFFFFFFF. Null
+/// text arguments read as empty text where nothing else is said. Text may hold zero bytes, but
+/// searching, comparing and the copy made before a shared text is modified end at the first one.
+/// Texts that an operation takes may lie in the string that it changes. Positions past the end are
+/// no errors: reading gives 0, "" or not found, removing clips, writing pads with spaces.
+/// `std::bad_alloc`, also for texts of 2^31 bytes and more, is the only failure, and the string
+/// then keeps its text.
+///
+/// Strings that share a text may be used on different threads; a single `String` belongs to one
+/// thread at a time.
+class VORN_EXPORT String {
+public:
+    String() noexcept = default;
+    String(std::nullptr_t) noexcept {}
+    /// A copy of `s`. Only null gives a string without representation.
+    String(const char* s);
+    /// A copy of the `n` bytes at `s`, without representation where there are none.
+    String(const char* s, unsigned n);
+    String(char c);
+    /// `count` times `c`.
+    String(char c, unsigned count);
+    String(const String& other) noexcept;
+    String(String&& other) noexcept : rep(std::exchange(other.rep, nullptr)) {}
+    /// The first `n` bytes of `s`, or what there is of them.
+    String(const String& s, unsigned n);
+    String(const SubString& sub);
+    String(int v);
+    String(unsigned v);
+    /// "%f": fixed notation with six digits after the point, under the current locale.
+    String(double v);
+    /// The UTF-8 encoding of `w`. Throws `std::logic_error` for null.
+    String(const wchar_t* w);
+    ~String();
+
+    String& operator=(const String& other) noexcept;
+    String& operator=(String&& other) noexcept;
+    String& operator=(char c);
+
+    unsigned size() const noexcept;
+    operator const char*() const noexcept;
+    /// The address of byte `i` ≤ `size()`, unchecked; null without representation.
+    const char* textAt(unsigned i) const noexcept;
+    char operator[](unsigned i) const noexcept;
+    StringChar operator[](unsigned i) noexcept { return {this, i}; }
+    /// A view of `count` bytes from `index`, clipped.
+    SubString operator()(unsigned index, unsigned count) const;
+    /// Whether there is nothing but spaces (0x20).
+    bool isEmpty() const noexcept;
+    /// The number at the start, as `atof` reads it.
+    double asDouble() const noexcept;
+
+    /// Below, at or above 0 as `strcmp`; a string without representation sorts first.
+    int compare(const String& other) const noexcept;
+    /// Two blank strings are equal, whatever their spaces.
+    bool operator==(const String& other) const noexcept;
+    /// Equal bytes up to the first zero byte; null equals a blank string.
+    bool operator==(const char* s) const noexcept;
+    /// The order of `strcmp`. A string without representation, or null, is neither above nor below
+    /// anything.
+    bool operator<(const String& other) const noexcept;
+    bool operator<=(const String& other) const noexcept;
+    bool operator>(const String& other) const noexcept { return other < *this; }
+    bool operator>=(const String& other) const noexcept { return other <= *this; }
+    std::partial_ordering operator<=>(const char* s) const noexcept;
+    /// Equal but for case, under the current locale. Nothing equals null or "".
+    bool compareCaseInsensitive(const char* s) const noexcept;
+    /// False for null.
+    bool startsWith(const char* prefix, bool caseSensitive) const noexcept;
+    bool endsWith(const char* suffix, bool caseSensitive) const noexcept;
+
+    /// The position of the first `needle` at or after `from`.
+    unsigned index(const char* needle, unsigned from) const noexcept;
+    /// The position of the last `c`; 0 stands for the terminator.
+    unsigned rindex(char c) const noexcept;
+    /// The position of the n-th `c`, counted from 1; 0 for `n` = 0.
+    unsigned nthIndex(unsigned n, char c) const noexcept;
+    /// The span [start, end) of the n-th field, counted from 0, between delimiters. False when
+    /// there is none; the outputs are stored unless the string has no representation.
+    bool tokSpan(char delim, unsigned n, unsigned& start, unsigned& end) const noexcept;
+    /// A copy with every occurrence of `from` replaced by `to`; it shares the text where there is
+    /// none. An empty `from` stands before every character.
+    String substitute(const char* from, const char* to) const;
+    /// Appends the fields between delimiters to `out`, through its virtual `add`; returns the
+    /// number of elements of `out`. A delimiter at the end opens no field; an empty text is one
+    /// empty field. `flags` are those of SplitFlags.h; a double quote after a backslash does not
+    /// count, and both stay in the fields. `out` is as before when memory runs out.
+    unsigned split(char delim, Vector<String>& out, unsigned flags) const;
+
+    String& operator+=(const String& other);
+    String& operator+=(const char* s);
+    String& operator+=(char c);
+    String& operator+=(int v);
+    String& operator+=(unsigned v);
+    String& operator+=(double v);
+    /// Overwrites `n` bytes at `at` with those at `src + srcOffset`, extending the text as needed.
+    String& replace(const char* src, unsigned n, unsigned srcOffset, unsigned at);
+    /// Becomes the `n` bytes at `src`.
+    String& replaceAll(const char* src, unsigned n);
+    /// Inserts the `n` bytes at `src + srcOffset` before `at`.
+    String& insert(const char* src, unsigned n, unsigned srcOffset, unsigned at);
+    String& remove(unsigned pos, unsigned n);
+    String& substitute(char from, char to);
+    /// Map every byte through libc under the current locale.
+    String& toUpper();
+    String& toLower();
+    /// Moves the first `n` mod `size()` bytes to the end.
+    String& rotateLeft(unsigned n);
+    /// Remove the run of spaces (0x20) at one end; a blank string stays as it is.
+    String& stripLeadingSpaces();
+    String& stripTrailingSpaces();
+    /// Appends characters up to white space, which is consumed, or the end of input. Returns −1 at
+    /// the end of input, another value above or below 0 otherwise.
+    int readFrom(std::istream& in);
+
+private:
+    const StringRep* text() const noexcept;
+    StringRep* rep = nullptr;
+
+    explicit String(StringRep* fresh) noexcept;
+    template <class Edit>
+    String& edit(Edit change);
+    friend class StringChar;
+};
+
+VORN_EXPORT String operator+(const String& a, const String& b);
+VORN_EXPORT String operator+(const String& a, const char* b);
+VORN_EXPORT String operator+(const char* a, const String& b);

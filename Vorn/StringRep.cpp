@@ -1,0 +1,232 @@
+#include "Vorn/StringRep.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cctype>
+#include <cstddef>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "platform/OS.h"
+#include "platform/iAtomicServices.h"
+
+static_assert(offsetof(StringRep, buffer) == 0);
+static_assert(offsetof(StringRep, length) == 8);
+static_assert(offsetof(StringRep, capacity) == 12);
+static_assert(offsetof(StringRep, refCount) == 16);
+static_assert(sizeof(StringRep) == 24);
+
+namespace {
+
+constexpr std::uint64_t kLengthLimit = 1ull << 31;
+constexpr unsigned kNotFound = 0xFFFFFFFF;
+
+unsigned checkedLength(std::uint64_t n) {
+    if (n >= kLengthLimit) throw std::bad_alloc();
+    return static_cast<unsigned>(n);
+}
+
+void copyBytes(char* to, const char* from, std::size_t n) {
+    if (n > 0) std::memmove(to, from, n);
+}
+
+bool liesIn(const char* p, const char* block, std::size_t size) {
+    return std::less_equal<>()(block, p) && std::less<>()(p, block + size);
+}
+
+// The next match in a zero-terminated text. An empty needle matches before every character.
+const char* findNext(const char* text, const char* needle) {
+    return *text ? std::strstr(text, needle) : nullptr;
+}
+
+}  // namespace
+
+StringRep::StringRep() noexcept {
+    init();
+}
+
+StringRep::StringRep(const char* s, unsigned n) {
+    init();
+    buffer = new char[checkedLength(n) + 1];
+    std::memcpy(buffer, s, n);
+    buffer[n] = 0;
+    length = n;
+    capacity = n + 1;
+}
+
+StringRep::~StringRep() {
+    purge();
+}
+
+void StringRep::init() noexcept {
+    buffer = nullptr;
+    length = capacity = 0;
+    refCount = 0;
+}
+
+void StringRep::purge() noexcept {
+    delete[] std::exchange(buffer, nullptr);
+    length = capacity = 0;
+}
+
+StringRep& StringRep::operator=(const char* s) {
+    if (!s) {
+        purge();
+        return *this;
+    }
+    const unsigned n = checkedLength(std::strlen(s));
+    edit(0, length, s, n, n + 1);
+    return *this;
+}
+
+StringRep& StringRep::operator=(char c) {
+    edit(0, length, &c, 1, 2);
+    return *this;
+}
+
+unsigned StringRep::sizeFor(unsigned n) {
+    return std::bit_ceil(checkedLength(n) + 1);
+}
+
+bool StringRep::resizeFor(unsigned n) {
+    const unsigned size = sizeFor(n);
+    if (size != capacity) edit(length, 0, nullptr, 0, size);
+    return true;
+}
+
+char* StringRep::realloc(void* old, unsigned size) {
+    char* const block = new char[size];
+    if (old) {
+        std::memcpy(block, old, std::min(capacity, size));
+        delete[] static_cast<char*>(old);
+    }
+    return block;
+}
+
+void StringRep::append(const char* s, unsigned n) {
+    insert(s, n, 0, length);
+}
+
+void StringRep::append(const char* s) {
+    if (s) append(s, checkedLength(std::strlen(s)));
+}
+
+void StringRep::append(char c) {
+    append(&c, 1);
+}
+
+bool StringRep::expandTo(unsigned n) {
+    if (length < n) edit(n, 0, nullptr, 0, sizeFor(n));
+    return true;
+}
+
+void StringRep::replace(const char* src, unsigned n, unsigned srcOffset, unsigned at) {
+    if (!src) n = srcOffset = 0;
+    const std::uint64_t end = std::uint64_t{at} + n;
+    const bool grows = at >= length || end > length;
+    const unsigned size = grows ? sizeFor(checkedLength(end)) : capacity;
+    edit(at, n, src + srcOffset, n, size);
+}
+
+void StringRep::insert(const char* src, unsigned n, unsigned srcOffset, unsigned at) {
+    if (!src) n = srcOffset = 0;
+    const std::uint64_t grown = std::uint64_t{std::max(at, length)} + n;
+    edit(at, 0, src + srcOffset, n, sizeFor(checkedLength(grown)));
+}
+
+void StringRep::remove(unsigned pos, unsigned n) {
+    if (pos < length) edit(pos, n, nullptr, 0, capacity);
+}
+
+// One pass: growing builds the new text in a block of its own, shrinking compacts it in place.
+void StringRep::substitute(const char* from, const char* to) {
+    if (length == 0) return;
+    if (!from) from = "";
+    if (!to) to = "";
+    const std::size_t fromSize = std::strlen(from);
+    const std::size_t toSize = std::strlen(to);
+    const std::size_t step = std::max<std::size_t>(fromSize, 1);
+
+    std::size_t matches = 0;
+    for (const char* match = findNext(buffer, from); match; match = findNext(match + step, from))
+        ++matches;
+    if (matches == 0) return;
+    const unsigned newLength = checkedLength(length - matches * fromSize + matches * toSize);
+    const unsigned size = toSize > fromSize ? sizeFor(newLength) : capacity;
+    const bool inPlace =
+        toSize <= fromSize && !liesIn(from, buffer, capacity) && !liesIn(to, buffer, capacity);
+
+    char* const target = inPlace ? buffer : new char[size];
+    char* out = target;
+    const char* rest = buffer;
+    for (const char* match = findNext(buffer, from); match;) {
+        const char* const next = findNext(match + step, from);
+        const auto gap = static_cast<std::size_t>(match - rest);
+        std::memmove(out, rest, gap);
+        std::memcpy(out + gap, to, toSize);
+        out += gap + toSize;
+        rest = match + fromSize;
+        match = next;
+    }
+    std::memmove(out, rest, static_cast<std::size_t>(buffer + length + 1 - rest));
+    take(target, newLength, size);
+}
+
+void StringRep::rotateLeft(unsigned n) {
+    if (length >= 2) std::rotate(buffer, buffer + n % length, buffer + length);
+}
+
+void StringRep::toUpper() {
+    for (char* c = buffer; c != buffer + length; ++c)
+        *c = static_cast<char>(std::toupper(static_cast<signed char>(*c)));
+}
+
+void StringRep::toLower() {
+    for (char* c = buffer; c != buffer + length; ++c)
+        *c = static_cast<char>(std::tolower(static_cast<signed char>(*c)));
+}
+
+unsigned StringRep::index(const char* needle, unsigned from) const {
+    if (from >= length) return kNotFound;
+    const char* const found = std::strstr(buffer + from, needle ? needle : "");
+    return found ? static_cast<unsigned>(found - buffer) : kNotFound;
+}
+
+StringRep* StringRep::unshare() const {
+    auto* const self = const_cast<StringRep*>(this);
+    if (std::atomic_ref(self->refCount).load(std::memory_order_acquire) < 2) return self;
+    auto copy = std::make_unique<StringRep>();
+    *copy = buffer;
+    iAtomicServices* const atomics = OS()->atomicServices();
+    atomics->increment(&copy->refCount);
+    if (atomics->decrement(&self->refCount) == 0) delete self;
+    return copy.release();
+}
+
+// Puts the `n` bytes at `src` in place of the `removed` bytes at `at`, in a buffer of `size` bytes.
+// Spaces fill a gap before `at`.
+void StringRep::edit(unsigned at, unsigned removed, const char* src, unsigned n, unsigned size) {
+    const unsigned kept = std::min(at, length);
+    const unsigned tail = length - kept - std::min(removed, length - kept);
+    const char* const oldTail = buffer + (length - tail);
+    const bool inPlace = size == capacity && !liesIn(src, buffer, capacity);
+
+    char* const target = inPlace ? buffer : new char[size];
+    if (!inPlace) copyBytes(target, buffer, kept);
+    copyBytes(target + at + n, oldTail, tail);
+    std::memset(target + kept, ' ', at - kept);
+    copyBytes(target + at, src, n);
+    target[at + n + tail] = 0;
+    take(target, at + n + tail, size);
+}
+
+void StringRep::take(char* text, unsigned newLength, unsigned size) noexcept {
+    if (text != buffer) delete[] buffer;
+    buffer = text;
+    length = newLength;
+    capacity = size;
+}

@@ -1,0 +1,14 @@
+// Failures and time: the clock.
+#pragma once
+
+#include "platform/Export.h"
+
+namespace Vorn {
+
+/// The platform's clock in milliseconds. Only differences of two readings have a meaning.
+VORN_EXPORT double now();
+
+/// The same clock in seconds.
+VORN_EXPORT double SecondsNow();
+
+}  // namespace Vorn

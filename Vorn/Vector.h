@@ -1,0 +1,163 @@
+// Text and containers: the growable array.
+#pragma once
+
+#include <algorithm>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "Vorn/WString.h"
+#include "platform/Export.h"
+
+/// An array that grows by doubling from 4 elements; its element operations are virtual, in the
+/// order of their declaration. Sizes and positions count elements, in 32 bits; past 2^31 elements
+/// growing throws `std::bad_alloc`. `T` has a default value, assignment and `==`; all slots of the
+/// storage hold live values. An operation that fails to get memory changes no element. Copies are
+/// deep. One vector is used by one thread at a time.
+template <class T>
+class VORN_EXPORT Vector {
+public:
+    Vector() noexcept = default;
+    Vector(const Vector& other) { *this = other; }
+    Vector& operator=(const Vector& other) {
+        if (this == &other) return *this;
+        Vector copy;
+        copy.resizeFor(other.count);
+        std::copy(other.begin(), other.end(), copy.data);
+        copy.count = other.count;
+        takeOver(copy);
+        return *this;
+    }
+    virtual ~Vector() { purge(); }
+
+    /// Appends `x`, which may be an element of this vector; returns its position.
+    virtual unsigned add(const T& x) {
+        if (count < capacity) {
+            data[count] = x;
+        } else {
+            T element(x);
+            resizeFor(count + 1);
+            data[count] = std::move(element);
+        }
+        return count++;
+    }
+    /// `add`, through the virtual table.
+    virtual unsigned push_back(const T& x) { return add(x); }
+
+    /// Looks for the first element equal to `x`. Returns whether there is one, and in `index` its
+    /// position or else the number of elements.
+    virtual bool locate(const T& x, unsigned& index) const {
+        index = static_cast<unsigned>(std::find(begin(), end(), x) - begin());
+        return index < count;
+    }
+    /// Appends `x` unless an equal element is there; `index` is the position of either. Returns
+    /// whether it was appended.
+    virtual bool intern(const T& x, unsigned& index) {
+        if (locate(x, index)) return false;
+        insert(x, index);
+        return true;
+    }
+    /// Puts `x`, which may be an element of this vector, before position `index` ≤ `size()`.
+    virtual void insert(const T& x, unsigned index) {
+        T element(x);
+        resizeFor(count + 1);
+        for (unsigned i = count; i > index; --i) shift(data[i - 1], data[i]);
+        ++count;
+        data[index] = std::move(element);
+    }
+    /// Removes the element at `index` and resets the slot that becomes free. Returns false, and
+    /// changes nothing, when there is no such element.
+    virtual bool removeIdx(unsigned index) {
+        if (index >= count) return false;
+        --count;
+        for (unsigned i = index; i < count; ++i) shift(data[i + 1], data[i]);
+        data[count] = T();
+        return true;
+    }
+    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Returns true.
+    virtual bool remove(unsigned from, unsigned to) {
+        if (from >= to) return true;
+        for (unsigned i = to; i < count; ++i) shift(data[i], data[from + (i - to)]);
+        count -= to - from;
+        return true;
+    }
+    /// Removes the first element equal to `x`; returns whether there was one.
+    virtual bool removeItem(const T& x) {
+        unsigned index;
+        return locate(x, index) && removeIdx(index);
+    }
+    /// `purge`.
+    virtual void clear() { purge(); }
+    /// Frees the own storage and takes over that of `other`, which is empty afterwards.
+    virtual void consume(Vector& other) {
+        if (this != &other) takeOver(other);
+    }
+
+    /// Makes room for `n` elements. 0 frees the storage; otherwise it never shrinks.
+    void resizeFor(unsigned n) {
+        if (n == 0) return purge();
+        if (n <= capacity) return;
+        if (n > kMaxCapacity) throw std::bad_alloc();
+        unsigned grown = capacity ? capacity : 4;
+        while (grown < n) grown *= 2;
+        T* const storage = new T[grown];
+        moveInto(storage);
+        delete[] data;
+        data = storage;
+        capacity = grown;
+    }
+    /// Destroys all slots and frees the storage.
+    void purge() {
+        delete[] std::exchange(data, nullptr);
+        count = capacity = 0;
+    }
+
+    unsigned size() const { return count; }
+    unsigned getCapacity() const { return capacity; }
+    /// The element at `index` < `size()`, unchecked.
+    T& operator[](unsigned index) { return data[index]; }
+    const T& operator[](unsigned index) const { return data[index]; }
+    T* begin() { return data; }
+    T* end() { return data + count; }
+    const T* begin() const { return data; }
+    const T* end() const { return data + count; }
+
+private:
+    static constexpr unsigned kMaxCapacity = 1u << 31;
+
+    // Moving an element leaves its old slot alone unless copying it could fail halfway.
+    static void shift(T& from, T& to) {
+        if constexpr (std::is_nothrow_copy_assignable_v<T>)
+            to = from;
+        else
+            to = std::move(from);
+    }
+
+    void moveInto(T* storage) {
+        if constexpr (std::is_nothrow_move_assignable_v<T>) {
+            std::move(begin(), end(), storage);
+        } else {
+            try {
+                std::copy(begin(), end(), storage);
+            } catch (...) {
+                delete[] storage;
+                throw;
+            }
+        }
+    }
+
+    void takeOver(Vector& other) {
+        purge();
+        data = std::exchange(other.data, nullptr);
+        count = std::exchange(other.count, 0);
+        capacity = std::exchange(other.capacity, 0);
+    }
+
+    T* data = nullptr;
+    unsigned count = 0;
+    unsigned capacity = 0;
+};
+
+extern template class Vector<int>;
+extern template class Vector<unsigned long>;
+extern template class Vector<WString>;

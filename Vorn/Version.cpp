@@ -1,0 +1,5 @@
+#include "Vorn/Version.h"
+
+const char* vornDllVersionStr() {
+    return VORN_VERSION;
+}

@@ -1,0 +1,54 @@
+# How every target of this project is compiled and linked.
+
+function(vorn_configure target)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_link_libraries(${target} PUBLIC Threads::Threads)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(VORN_WARNINGS_AS_ERRORS)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(VORN_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all
+      -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=${VORN_SANITIZE})
+  endif()
+  # Calls between the two libraries, OS() above all, go straight through the address table instead
+  # of through a stub that jumps there.
+  target_compile_options(${target} PRIVATE -fno-plt)
+endfunction()
+
+function(vorn_shared_library target exports)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    BUILD_RPATH_USE_ORIGIN ON INSTALL_RPATH $<IF:$<PLATFORM_ID:Darwin>,@loader_path,$ORIGIN>
+    LINK_DEPENDS ${exports})
+  if(APPLE)
+    set_target_properties(${target} PROPERTIES PREFIX "")
+    return()
+  endif()
+  # Never unloaded: blocks, the registry and exit handlers outlive whoever brought the library in.
+  target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,--version-script=${exports})
+  if(NOT VORN_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()
+
+# What the platform library allocates from. A sanitizer has to see every block, so it gets the C
+# library's allocator.
+function(vorn_choose_allocator target)
+  if(VORN_SANITIZE OR VORN_PLATFORM_ALLOCATOR STREQUAL "libc")
+    return()
+  endif()
+  find_package(mimalloc QUIET)
+  if(mimalloc_FOUND)
+    target_link_libraries(${target} PUBLIC mimalloc)
+    target_compile_definitions(${target} PRIVATE VORN_USE_MIMALLOC)
+  elseif(VORN_PLATFORM_ALLOCATOR STREQUAL "mimalloc")
+    message(FATAL_ERROR "mimalloc was asked for but not found")
+  else()
+    message(STATUS "mimalloc not found: the platform library allocates from the C library")
+  endif()
+endfunction()

@@ -1,0 +1,22 @@
+// Platform contract: a re-entrant lock.
+#pragma once
+
+#include "platform/Export.h"
+
+/// Reaches the library inside an internally counted `Vorn::Ptr<iCriticalSection>`, built with
+/// `Ptr::adopt` over a 32-bit counter in the object that already counts that handle. The last
+/// handle deletes the object; the destructor must not throw.
+class VORN_EXPORT iCriticalSection {
+public:
+    virtual ~iCriticalSection() = default;
+
+    /// Blocks until the calling thread holds the lock. A thread that holds it gets in again at
+    /// once.
+    virtual void enter() = 0;
+    /// Takes the lock, or one more entry of it, if it is free or held by the caller, and returns
+    /// true; returns false at once otherwise.
+    virtual bool tryEnter() = 0;
+    /// Gives up one entry; the lock is free when all are given up. Only the holder calls it. Must
+    /// not throw.
+    virtual void leave() = 0;
+};

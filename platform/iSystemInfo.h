@@ -1,0 +1,13 @@
+// Platform contract: facts about the machine.
+#pragma once
+
+#include "platform/Export.h"
+
+/// Any thread may call any operation at any time.
+class VORN_EXPORT iSystemInfo {
+public:
+    virtual ~iSystemInfo() = default;
+
+    /// The number of processors, or 0 while it is not known; then the library asks again.
+    virtual unsigned getNumProcessors() = 0;
+};

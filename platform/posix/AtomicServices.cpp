@@ -1,0 +1,28 @@
+#include <atomic>
+
+#include "platform/posix/Services.h"
+
+namespace posix {
+namespace {
+
+class AtomicServices final : public iAtomicServices {
+public:
+    void increment(std::int32_t* counter) override { std::atomic_ref(*counter).fetch_add(1); }
+    std::int32_t decrement(std::int32_t* counter) override {
+        return std::atomic_ref(*counter).fetch_sub(1) - 1;
+    }
+    void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
+        std::atomic_ref(*target).compare_exchange_strong(comparand, exchange);
+        return comparand;
+    }
+};
+
+constexpr NeverDestroyed<AtomicServices> services;
+
+}  // namespace
+
+iAtomicServices* atomicServices() {
+    return &services.object;
+}
+
+}  // namespace posix

@@ -1,0 +1,258 @@
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "platform/posix/Services.h"
+
+namespace posix {
+namespace {
+
+constexpr int kAnyOpen = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;  // macOS refuses 2 GiB.
+
+// Makes a system call again for as long as signals interrupt it. Every other failure is the
+// caller's: -1, and the reason in `errno`.
+template <class Call>
+auto retried(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) result = call();
+    return result;
+}
+
+// Owns an open descriptor; a negative number is none.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int opened) : number(opened) {}
+    Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number, other.number);
+        return *this;
+    }
+    ~Descriptor() { close(); }
+
+    // An interrupted call has given up the number too, so it is never repeated.
+    bool close() {
+        const int closed = std::exchange(number, -1);
+        return closed < 0 || ::close(closed) == 0 || errno == EINTR;
+    }
+
+    explicit operator bool() const { return number >= 0; }
+    int get() const { return number; }
+
+private:
+    int number = -1;
+};
+
+Descriptor openDescriptor(int folder, const char* path, int flags, mode_t mode = 0) {
+    return Descriptor(retried([=] { return ::openat(folder, path, flags, mode); }));
+}
+
+bool writeAll(const Descriptor& file, const char* data, std::size_t bytes) {
+    while (bytes > 0) {
+        const ssize_t count =
+            retried([&] { return ::write(file.get(), data, std::min(bytes, kMostAtOnce)); });
+        if (count <= 0) return false;
+        data += count;
+        bytes -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+class FileReader final : public Counted<iFile> {
+public:
+    explicit FileReader(Descriptor opened) : file(std::move(opened)) {}
+
+    unsigned read(void* buffer, unsigned bytes) override {
+        unsigned total = 0;
+        while (total < bytes) {
+            char* const rest = static_cast<char*>(buffer) + total;
+            const std::size_t wanted = std::min<std::size_t>(bytes - total, kMostAtOnce);
+            const ssize_t count = retried([&] { return ::read(file.get(), rest, wanted); });
+            if (count < 0) return 0;
+            if (count == 0) break;
+            total += static_cast<unsigned>(count);
+        }
+        return total;
+    }
+    unsigned write(const void*, unsigned) override { return 0; }
+    std::uint64_t size() override {
+        struct stat status;
+        return ::fstat(file.get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
+
+private:
+    Descriptor file;
+};
+
+// What is left of `path` when the links at its end have been followed; the last one may lead to
+// nothing. Empty if they do not end.
+UTF8String followLinks(UTF8String path) {
+    constexpr int kMostLinks = 40;
+    char text[PATH_MAX];
+    for (int links = 0; links < kMostLinks; ++links) {
+        const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
+        if (length < 0) return path;
+        path.erase(text[0] == '/' ? 0 : path.rfind('/') + 1);
+        path.append(text, static_cast<std::size_t>(length));
+    }
+    return {};
+}
+
+// A file that is written anew must never be lost to a full disk, a crash or a power cut halfway.
+// So it is written to a temporary file beside its target, which others see unchanged meanwhile, and
+// takes the target's place in one step when it is complete and on the disk; an error discards it.
+// The folder is kept open, so that a change of the working folder between does no harm, and goes to
+// the disk last, since the new name is kept there.
+// Renaming makes a new file, so it is not done where that would show: a file with several names, or
+// of an owner that cannot be given to another file, or mounted from elsewhere, or in a folder that
+// takes no new file, and whatever is no regular file, is written in place. This is settled before
+// the first byte.
+class FileWriter final : public Counted<iFile> {
+public:
+    explicit FileWriter(const UTF8String& target) : path(target) {}
+    ~FileWriter() override {
+        if (file) finish();
+    }
+
+    // False if the file cannot be written; nothing has changed on the disk then.
+    bool open();
+
+    unsigned read(void*, unsigned) override { return 0; }
+    unsigned write(const void* data, unsigned bytes) override;
+    std::uint64_t size() override { return taken; }
+
+private:
+    bool openTemporary(mode_t mode);
+    bool resemble(const struct stat& old);
+    bool openInPlace(Descriptor target, const struct stat& old);
+    bool transfer(const char* data, std::size_t bytes);
+    bool flush() { return transfer(buffer, std::exchange(used, 0)); }
+    void finish();
+    void discard();
+
+    UTF8String path;  // Without links at its end from when the temporary file is to be made.
+    std::size_t nameAt = 0;
+    Descriptor folder;
+    Descriptor file;
+    char temporary[32] = "";  // The file's name in the folder; none when it is written in place.
+    bool failed = false;
+    std::uint64_t taken = 0;
+    std::size_t used = 0;
+    char buffer[64 * 1024];
+};
+
+// The target is opened, not only looked at: so it is the system that says whether the caller may
+// write it, and a pipe without reader is refused instead of waited for.
+bool FileWriter::open() {
+    Descriptor target = openDescriptor(AT_FDCWD, path.c_str(), O_WRONLY | kAnyOpen);
+    if (!target && errno != ENOENT) return false;
+    struct stat old {};
+    if (target && ::fstat(target.get(), &old) != 0) return false;
+    if (target && !(S_ISREG(old.st_mode) && old.st_nlink == 1))
+        return openInPlace(std::move(target), old);
+    if (openTemporary(target ? S_IRUSR | S_IWUSR : 0666)) {
+        if (!target || resemble(old)) return true;
+        discard();
+    } else if (errno != EACCES && errno != EPERM && errno != EROFS) {
+        return false;
+    }
+    return openInPlace(std::move(target), old);
+}
+
+// The random name and O_EXCL keep anyone from planting a link there. A new file gets its mode from
+// the system, which knows the mask.
+bool FileWriter::openTemporary(mode_t mode) {
+    path = followLinks(std::move(path));
+    nameAt = path.rfind('/') + 1;
+    if (nameAt == path.size()) return false;
+    const UTF8String folderPath = nameAt > 0 ? path.substr(0, nameAt) : UTF8String(".");
+    folder = openDescriptor(AT_FDCWD, folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    std::uint64_t random;
+    if (!folder || ::getentropy(&random, sizeof random) != 0) return false;
+    std::snprintf(temporary, sizeof temporary, ".vorn-%016llx",
+                  static_cast<unsigned long long>(random));
+    file = openDescriptor(folder.get(), temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (!file) temporary[0] = '\0';
+    return static_cast<bool>(file);
+}
+
+// The owner first: a change of it clears bits of the mode.
+bool FileWriter::resemble(const struct stat& old) {
+    struct stat made;
+    if (::fstat(file.get(), &made) != 0 || made.st_dev != old.st_dev) return false;
+    const bool sameOwner = made.st_uid == old.st_uid && made.st_gid == old.st_gid;
+    return (sameOwner || ::fchown(file.get(), old.st_uid, old.st_gid) == 0) &&
+           ::fchmod(file.get(), old.st_mode & 07777) == 0;
+}
+
+bool FileWriter::openInPlace(Descriptor target, const struct stat& old) {
+    file = target ? std::move(target)
+                  : openDescriptor(AT_FDCWD, path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | kAnyOpen,
+                                   0666);
+    const bool blocking = file && ::fcntl(file.get(), F_SETFL, 0) == 0;
+    return blocking &&
+           (!S_ISREG(old.st_mode) || retried([this] { return ::ftruncate(file.get(), 0); }) == 0);
+}
+
+unsigned FileWriter::write(const void* data, unsigned bytes) {
+    const auto* const text = static_cast<const char*>(data);
+    if (bytes > sizeof buffer - used) flush();
+    if (bytes > sizeof buffer) {
+        transfer(text, bytes);
+    } else {
+        std::copy_n(text, bytes, buffer + used);
+        used += bytes;
+    }
+    if (failed) return 0;
+    taken += bytes;
+    return bytes;
+}
+
+bool FileWriter::transfer(const char* data, std::size_t bytes) {
+    failed = failed || !writeAll(file, data, bytes);
+    return !failed;
+}
+
+void FileWriter::finish() {
+    const bool written = flush() && retried([this] { return ::fsync(file.get()); }) == 0;
+    const bool closed = file.close();
+    if (!temporary[0]) return;
+    const char* const name = path.c_str() + nameAt;
+    if (written && closed && ::renameat(folder.get(), temporary, folder.get(), name) == 0)
+        retried([this] { return ::fsync(folder.get()); });
+    else
+        discard();
+}
+
+void FileWriter::discard() {
+    ::unlinkat(folder.get(), temporary, 0);
+    temporary[0] = '\0';
+    file.close();
+}
+
+}  // namespace
+
+Vorn::Ptr<iFile> openForReading(const UTF8String& path) {
+    Descriptor file = openDescriptor(AT_FDCWD, path.c_str(), O_RDONLY | kAnyOpen);
+    struct stat status;
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+    return (new FileReader(std::move(file)))->handOver();
+}
+
+// The writer has all the memory it needs before anything is changed on the disk.
+Vorn::Ptr<iFile> openForWriting(const UTF8String& path) {
+    auto writer = std::make_unique<FileWriter>(path);
+    if (!writer->open()) return {};
+    return writer.release()->handOver();
+}
+
+}  // namespace posix
