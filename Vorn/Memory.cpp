@@ -37,12 +37,11 @@ std::size_t paddedSize(std::size_t size, std::size_t alignment) {
 
 void* alignInside(void* block, std::size_t alignment) {
     if (!block) return nullptr;
-    const auto raw = reinterpret_cast<std::uintptr_t>(block);
-    std::uintptr_t aligned = (raw + alignment - 1) & ~(alignment - 1);
-    if (aligned - raw < kLinkBytes) aligned += alignment;
-    void** const result = reinterpret_cast<void**>(aligned);
-    result[-1] = block;
-    return result;
+    std::size_t offset = -reinterpret_cast<std::uintptr_t>(block) & (alignment - 1);
+    if (offset < kLinkBytes) offset += alignment;
+    char* const aligned = static_cast<char*>(block) + offset;
+    reinterpret_cast<void**>(aligned)[-1] = block;
+    return aligned;
 }
 
 void* enclosingBlock(void* aligned) {

@@ -365,6 +365,7 @@ StringChar& StringChar::operator=(char c) {
     return *this;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copies one byte, never the proxy.
 StringChar& StringChar::operator=(const StringChar& other) {
     return *this = static_cast<char>(other);
 }

@@ -167,7 +167,7 @@ void StringRep::substitute(const char* from, const char* to) {
         const char* const next = findNext(match + step, from);
         const auto gap = static_cast<std::size_t>(match - rest);
         std::memmove(out, rest, gap);
-        std::memcpy(out + gap, to, toSize);
+        copyBytes(out + gap, to, toSize);
         out += gap + toSize;
         rest = match + fromSize;
         match = next;

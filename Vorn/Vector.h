@@ -12,8 +12,8 @@
 /// An array that grows by doubling from 4 elements; its element operations are virtual, in the
 /// order of their declaration. Sizes and positions count elements, in 32 bits; past 2^31 elements
 /// growing throws `std::bad_alloc`. `T` has a default value, assignment and `==`; all slots of the
-/// storage hold live values. An operation that fails to get memory changes no element. Copies are
-/// deep. One vector is used by one thread at a time.
+/// storage hold live values. An operation that fails to get memory changes no element if moving
+/// one cannot fail. Copies are deep. One vector is used by one thread at a time.
 template <class T>
 class VORN_EXPORT Vector {
 public:
@@ -35,7 +35,8 @@ public:
         if (count < capacity) {
             data[count] = x;
         } else {
-            T element(x);
+            T element{};
+            element = x;
             resizeFor(count + 1);
             data[count] = std::move(element);
         }
@@ -59,7 +60,8 @@ public:
     }
     /// Puts `x`, which may be an element of this vector, before position `index` ≤ `size()`.
     virtual void insert(const T& x, unsigned index) {
-        T element(x);
+        T element{};
+        element = x;
         resizeFor(count + 1);
         for (unsigned i = count; i > index; --i) shift(data[i - 1], data[i]);
         ++count;
@@ -74,7 +76,8 @@ public:
         data[count] = T();
         return true;
     }
-    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Returns true.
+    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Slots that become free hold on to
+    /// some former value. Returns true.
     virtual bool remove(unsigned from, unsigned to) {
         if (from >= to) return true;
         for (unsigned i = to; i < count; ++i) shift(data[i], data[from + (i - to)]);

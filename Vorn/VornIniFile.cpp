@@ -109,7 +109,7 @@ SectionsBuildingOutputIterator::SectionsBuildingOutputIterator(VornIniFile::Sect
     : sections(target), currentSection(VornIniFile::kAnonymousSection()) {}
 
 SectionsBuildingOutputIterator& SectionsBuildingOutputIterator::operator=(const String& line) {
-    LineHandler (*this)(line, line.size());
+    LineHandler{*this}(line, line.size());
     return *this;
 }
 

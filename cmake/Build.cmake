@@ -39,6 +39,9 @@ endfunction()
 # What the platform library allocates from. A sanitizer has to see every block, so it gets the C
 # library's allocator.
 function(vorn_choose_allocator target)
+  if(NOT VORN_PLATFORM_ALLOCATOR MATCHES "^(auto|mimalloc|libc)$")
+    message(FATAL_ERROR "VORN_PLATFORM_ALLOCATOR is auto, mimalloc or libc")
+  endif()
   if(VORN_SANITIZE OR VORN_PLATFORM_ALLOCATOR STREQUAL "libc")
     return()
   endif()

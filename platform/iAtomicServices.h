@@ -11,7 +11,7 @@ class VORN_EXPORT iAtomicServices {
 public:
     virtual ~iAtomicServices() = default;
 
-    /// Adds 1 to `*counter`.
+    /// Adds 1 to `*counter`. Must not throw.
     virtual void increment(std::int32_t* counter) = 0;
     /// Subtracts 1 from `*counter` and returns the new value. Whoever gets 0 destroys the object
     /// that is counted. Must not throw.

@@ -21,6 +21,7 @@ public:
     virtual void reserved7() {}
     virtual void reserved8() {}
     /// The identity of the calling thread: the same at every call of one thread, different for any
-    /// two that live at the same time, never 0, which stands for "no thread".
+    /// two that live at the same time, never 0, which stands for "no thread". Must not
+    /// throw.
     virtual unsigned currentThreadId() = 0;
 };

@@ -113,7 +113,7 @@ UTF8String followLinks(UTF8String path) {
 // The folder is kept open, so that a change of the working folder between does no harm, and goes to
 // the disk last, since the new name is kept there.
 // Renaming makes a new file, so it is not done where that would show: a file with several names, or
-// of an owner that cannot be given to another file, or mounted from elsewhere, or in a folder that
+// of an owner that cannot be given to another file, or mounted by itself, or in a folder that
 // takes no new file, and whatever is no regular file, is written in place. This is settled before
 // the first byte.
 class FileWriter final : public Counted<iFile> {
@@ -150,6 +150,19 @@ private:
     char buffer[64 * 1024];
 };
 
+// Whether something is mounted on the file itself: no other file can take its place then.
+#ifdef STATX_ATTR_MOUNT_ROOT
+bool isMountPoint(const Descriptor& file) {
+    struct statx status;
+    return ::statx(file.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+#else
+bool isMountPoint(const Descriptor&) {
+    return false;
+}
+#endif
+
 // The target is opened, not only looked at: so it is the system that says whether the caller may
 // write it, and a pipe without reader is refused instead of waited for.
 bool FileWriter::open() {
@@ -157,8 +170,8 @@ bool FileWriter::open() {
     if (!target && errno != ENOENT) return false;
     struct stat old {};
     if (target && ::fstat(target.get(), &old) != 0) return false;
-    if (target && !(S_ISREG(old.st_mode) && old.st_nlink == 1))
-        return openInPlace(std::move(target), old);
+    const bool replaceable = S_ISREG(old.st_mode) && old.st_nlink == 1 && !isMountPoint(target);
+    if (target && !replaceable) return openInPlace(std::move(target), old);
     if (openTemporary(target ? S_IRUSR | S_IWUSR : 0666)) {
         if (!target || resemble(old)) return true;
         discard();

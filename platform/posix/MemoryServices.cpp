@@ -15,9 +15,11 @@ namespace {
 
 #ifdef VORN_USE_MIMALLOC
 // A host that loaded the C++ runtime before this library releases blocks here that come from the C
-// library, so each block has to tell whose it is. mimalloc recognises its own only in the lower
-// part of the address space. Those over 1 GiB do not lie there, nor do others after some terabytes
-// of use: such a block goes back at once, and the C library is asked instead.
+// library, so each block has to tell whose it is. (Nothing helps the other way round: such a host
+// is to be linked with the library, or to use a platform that allocates from the C library.)
+// mimalloc recognises its own only in the lower part of the address space. Those over 1 GiB do not
+// lie there, nor do others after some terabytes of use: such a block goes back at once, and the C
+// library is asked instead.
 void* obtain(std::size_t bytes) {
     void* const block = mi_malloc(bytes);
     if (!block || mi_is_in_heap_region(block)) return block;
@@ -83,8 +85,8 @@ private:
 };
 
 // Asks the objects in order of registration until enough was given back. The lock is not held while
-// an object is at work: it may release memory, register and withdraw others, and so may other
-// threads. What is registered meanwhile may still be under construction and is not asked.
+// an object is at work: it may release memory, and register and withdraw others. What is registered
+// meanwhile may still be under construction and is not asked.
 std::size_t MemoryServices::reclaim(std::size_t bytes) {
     const std::uint64_t last = newest();
     std::size_t total = 0;

@@ -10,8 +10,14 @@ namespace {
 
 constexpr int kLogsFolder = 4;
 
+// The value of a variable, null where it is not set.
+const char* environment(const char* name) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the library never changes the environment.
+    return std::getenv(name);
+}
+
 UTF8String homeFolder() {
-    if (const char* const home = std::getenv("HOME"); home && *home) return home;
+    if (const char* const home = environment("HOME"); home && *home) return home;
     char strings[16384];
     passwd entry;
     passwd* found = nullptr;
@@ -31,7 +37,7 @@ UTF8String logsFolder() {
 #else
 // A relative path in the variable is to be ignored.
 UTF8String logsFolder() {
-    const char* const state = std::getenv("XDG_STATE_HOME");
+    const char* const state = environment("XDG_STATE_HOME");
     return state && *state == '/' ? state : belowHome("/.local/state");
 }
 #endif

@@ -12,7 +12,7 @@ constexpr UChar32 kReplacement = 0xFFFD;
 
 // Surrogates and values past the last code point have no encoding.
 UChar32 encodable(wchar_t character) {
-    const auto codePoint = static_cast<UChar32>(character);
+    const auto codePoint = static_cast<UChar32>(static_cast<std::uint32_t>(character));
     return U8_LENGTH(codePoint) > 0 ? codePoint : kReplacement;
 }
 

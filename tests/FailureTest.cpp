@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "Vorn/Check.h"
+#include "Vorn/Exception.h"
+#include "Vorn/LogTimed.h"
+#include "Vorn/Time.h"
+#include "tests/support/TestPlatform.h"
+
+namespace {
+
+using namespace Vorn::Check::Private;
+
+TEST(Exception, HoldsItsTextsInOrder) {
+    const std::string longer(300, 'x'), check = "RuntimeError f7 VornCheck: f(7) ";
+    const std::pair<std::function<void()>, std::string> rows[] = {
+        {[] { throw Vorn::Exception::LogicError("m", "f", 7); }, "LogicError f7 m"},
+        {[] { throwShort("f", 7, 5); }, check + "FAILED with code 0x00000005"},
+        {[] { throwDetailed("f", 7, "e", -1); }, check + "[e] = 0xffffffff"},
+        {[&] { throwDetailed("f", 7, longer.c_str(), 0); }, check + '[' + longer.substr(0, 238)},
+    };
+    for (const auto& [action, expected] : rows) {
+        try {
+            action(), ADD_FAILURE();
+        } catch (const Vorn::Exception::Base& error) {
+            const auto* const words = reinterpret_cast<const char* const*>(&error);
+            const std::string line = std::to_string(reinterpret_cast<const int&>(words[4]));
+            EXPECT_EQ(std::string(words[1]) + ' ' + words[3] + line + ' ' + words[2], expected);
+        }
+    }
+}
+
+TEST(Check, KeepsEachMessageOnce) {
+    EXPECT_THROW(throwShort("old", 1, 1), Vorn::Exception::RuntimeError);
+    test::MemoryLedger ledger;
+    EXPECT_THROW(throwShort("old", 1, 1), Vorn::Exception::RuntimeError);
+    EXPECT_EQ(ledger.allocations(), 0u);
+    ledger.failAt(2);
+    EXPECT_THROW(throwShort("new", 1, 1), std::bad_alloc);
+    EXPECT_EQ(ledger.live(), 0u);
+}
+
+struct TickingClock : test::ForwardingText {
+    double nowMilliseconds() override { return ms += 250.0; }
+
+    double ms = 1000.0;
+    test::Override<iTextServices> installation{this};
+};
+
+// In a process that has logged nothing before: the first line is timed before the start is taken.
+TEST(Check, LogsFailuresAndSlowCalls) {
+    const TickingClock clock;
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(checkAndLog(0, "f", 1, "e", true) && !checkAndLog(-1, "f", 2, "e", false));
+    EXPECT_TRUE(checkAndLog(0, "f", 3, "e", true, 10.0, 9.99));
+    EXPECT_TRUE(checkAndLog(0, "f", 4, "e", true, 0.0, 12.5));
+    EXPECT_TRUE(checkAndLog(1, "f", 5, "e", true, 10.0, 10.0));
+    EXPECT_FALSE(checkAndLog(-2, "f", 6, "e", false, 10.0, 12.5));
+    const std::string text(5000, 'x');
+    Vorn::LogTimed("%s", text.c_str());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "-0.250   : VornCheck: f(2) [e] = 0xffffffff\n"
+              "0.250    : VornCheck: f(5) [e] took 10.00\n"
+              "0.500    : VornCheck: f(6) [e] took 12.50\n"
+              "0.750    : VornCheck: f(6) [e] = 0xfffffffe\n"
+              "1.000    : " +
+                  text.substr(0, 4095));
+    EXPECT_TRUE(Vorn::SecondsNow() == 2.75 && logInDebug());
+}
+
+}  // namespace

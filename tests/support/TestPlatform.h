@@ -1,0 +1,180 @@
+// Test support: the platform that the library meets in the test program.
+//
+// The test program brings its own `OS()`, whose services are the POSIX ones until a double is put
+// in front of one of them. Doubles derive from a forwarding class and override what they change;
+// those that are complete install themselves for as long as they live.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "platform/posix/Services.h"
+
+namespace test {
+
+/// Puts a double behind `OS()` for a scope, in place of whatever was there. Not while other threads
+/// use the service.
+template <class Interface>
+struct Override {
+    explicit Override(Interface* service) : former(installed) { installed = service; }
+    ~Override() { installed = former; }
+    static Interface* orElse(Interface* service) { return installed ? installed : service; }
+
+    static inline constinit Interface* installed = nullptr;
+    Interface* const former;
+};
+
+// A forwarding class hands every operation on to what stood behind `OS()` when it was built; but
+// allocation is what every double of the memory services changes. The other interfaces have one
+// operation or two: their doubles implement them as they are.
+
+struct ForwardingMemory : iMemoryServices {
+    std::size_t reclaim(std::size_t bytes) override { return next->reclaim(bytes); }
+    void registerReclaimable(iReclaimable* r) override { next->registerReclaimable(r); }
+    void unregisterReclaimable(iReclaimable* r) override { next->unregisterReclaimable(r); }
+
+    iMemoryServices* const next = OS()->memoryServices();
+};
+
+struct ForwardingText : iTextServices {
+    WString wideFromAscii(const char* text) override { return next->wideFromAscii(text); }
+    UTF8String utf8FromWide(const WString& text) override { return next->utf8FromWide(text); }
+    WString wideFromUtf8(const char* text) override { return next->wideFromUtf8(text); }
+    double nowMilliseconds() override { return next->nowMilliseconds(); }
+
+    iTextServices* const next = OS()->textServices();
+};
+
+struct ForwardingFiles : iFileServices {
+    Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
+        return next->openFile(path, a, b, c, d);
+    }
+    wchar_t pathSeparator() override { return next->pathSeparator(); }
+
+    iFileServices* const next = OS()->fileServices();
+};
+
+/// Counts the calls too.
+struct ForwardingAtomics : iAtomicServices {
+    void increment(std::int32_t* n) override { ++increments, next->increment(n); }
+    std::int32_t decrement(std::int32_t* n) override { return ++decrements, next->decrement(n); }
+    void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
+        return next->compareExchangePointer(target, exchange, comparand);
+    }
+
+    iAtomicServices* const next = OS()->atomicServices();
+    std::atomic<unsigned> increments{0}, decrements{0};
+};
+
+struct RecordingAtomics : ForwardingAtomics {
+    Override<iAtomicServices> installation{this};
+};
+
+/// What this thread allocates in this scope passes every ledger by: the blocks of doubles and of
+/// assertions are not the library's.
+struct Unledgered {
+    Unledgered() { ++depth; }
+    ~Unledgered() { --depth; }
+
+    static inline constinit thread_local int depth = 0;
+};
+
+/// Keeps book of every block that is allocated while it lives. Blocks from before pass it by. Any
+/// thread may allocate; the figures are for quiet moments.
+struct MemoryLedger : ForwardingMemory {
+    void* allocate(std::size_t bytes) override {
+        if (Unledgered::depth > 0) return next->allocate(bytes);
+        const Unledgered book;
+        const std::lock_guard guard(lock);
+        if (failIn > 0 && --failIn == 0) ++refused, throw std::bad_alloc();
+        requested.push_back(bytes);
+        return blocks.emplace(next->allocate(bytes), bytes).first->first;
+    }
+    void free(void* block) override {
+        const std::lock_guard guard(lock);
+        blocks.extract(block);  // Unlike `erase`, it has let go of its node when that is released.
+        next->free(block);
+    }
+
+    /// The n-th allocation from now on throws `std::bad_alloc`, once; 0 for none.
+    void failAt(std::size_t n) { failIn = n; }
+    /// How many allocations were refused, how many blocks were handed out, and how many of these
+    /// are not released.
+    std::size_t refusals() const { return refused; }
+    std::size_t allocations() const { return requested.size(); }
+    std::size_t live() const { return blocks.size(); }
+    /// The size of every block that was handed out, in order. A list to compare it with counts too.
+    const std::vector<std::size_t>& sizes() const { return requested; }
+
+    std::recursive_mutex lock;  // The book's own blocks are released while it is held.
+    std::map<void*, std::size_t> blocks;
+    std::vector<std::size_t> requested;
+    std::size_t failIn = 0, refused = 0;
+    Override<iMemoryServices> installation{this};
+};
+
+/// Files in memory, for one thread. A file opened for writing becomes visible, with what was
+/// written, when its last handle goes.
+struct MemoryFiles : ForwardingFiles {
+    struct File : posix::Counted<iFile> {
+        File(MemoryFiles& owner, const WString& name, const std::string& bytes)
+            : files(owner), path(name), content(bytes) {}
+        ~File() override { files.put(path, content); }
+        unsigned read(void* buffer, unsigned bytes) override {
+            const Unledgered unledgered;
+            files.calls.push_back("read " + std::to_string(bytes));
+            if (files.readNothing) return 0;
+            return static_cast<unsigned>(content.copy(static_cast<char*>(buffer), bytes));
+        }
+        unsigned write(const void* data, unsigned bytes) override {
+            const Unledgered unledgered;
+            files.calls.push_back("write " + std::to_string(bytes));
+            return content.append(static_cast<const char*>(data), bytes), bytes;
+        }
+        std::uint64_t size() override {
+            const Unledgered unledgered;
+            files.calls.push_back("size");
+            return files.reportedSize > 0 ? files.reportedSize : content.size();
+        }
+
+        MemoryFiles& files;
+        const WString path;
+        std::string content;
+    };
+
+    void put(const WString& path, const std::string& bytes) {
+        const Unledgered unledgered;
+        contents[path] = bytes;
+    }
+    /// The bytes of a file; none for a file that does not exist.
+    std::string get(const WString& p) const { return contents.count(p) ? contents.at(p) : ""; }
+    Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
+        const Unledgered unledgered;
+        calls.push_back("open " + std::string(path.begin(), path.end()));
+        for (const int code : {a, b, c, d}) calls.back() += ' ' + std::to_string(code);
+        if (refuseToOpen || (a == 0 && !contents.contains(path))) return {};
+        return (new File(*this, path, a == 0 ? get(path) : ""))->handOver();
+    }
+
+    std::vector<std::string> calls;  ///< "open a.ini 0 0 1 0", "size", "read 12", "write 5"
+    bool refuseToOpen = false, readNothing = false;
+    std::uint64_t reportedSize = 0;  ///< In place of the true one; 0 for none.
+    std::map<WString, std::string> contents;
+    Override<iFileServices> installation{this};
+};
+
+/// A clock that stands still.
+struct FixedClock : ForwardingText {
+    explicit FixedClock(double milliseconds) : ms(milliseconds) {}
+    double nowMilliseconds() override { return ++readings, ms; }
+
+    double ms;
+    unsigned readings = 0;
+    Override<iTextServices> installation{this};
+};
+
+}  // namespace test

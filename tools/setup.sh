@@ -1,0 +1,67 @@
+# Brings what building needs; sourced by the front-door commands, which run in the repository root.
+# Packages come from apt where it is there and we may use it. What cannot be had is left to the
+# configure step, which says what it does without.
+
+missing_packages() {
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q 'ok installed' ||
+            printf '%s ' "$package"
+    done
+}
+
+# install PACKAGE...: installs those that are not there yet.
+install() {
+    command -v apt-get >/dev/null && [ "$(id -u)" = 0 ] || return 0
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+    echo "Installing $missing"
+    mkdir -p build
+    {
+        apt-get update && DEBIAN_FRONTEND=noninteractive \
+            apt-get install -y --no-install-recommends $missing
+    } >build/install.log 2>&1 || echo "Not all could be installed; see build/install.log"
+}
+
+# fetch_loki: Loki's source package below build/loki, with package lists of its own, so that the
+# machine's apt set-up stays as it is.
+fetch_loki() {
+    [ ! -f build/loki/source/src/SmallObj.cpp ] && command -v apt-get >/dev/null || return 0
+    mkdir -p build/loki/lists/partial
+    (
+        cd build/loki
+        apt-get indextargets --format 'deb-src $(REPO_URI) $(RELEASE) $(COMPONENT)' \
+            'Created-By: Packages' | sort -u >sources.list
+        rm -rf source
+        set -- -o "Dir::Etc::SourceList=$PWD/sources.list" -o Dir::Etc::SourceParts=/dev/null \
+            -o "Dir::State::Lists=$PWD/lists" -o APT::Sandbox::User=root
+        apt-get "$@" update && apt-get "$@" source --download-only libloki-dev &&
+            dpkg-source -x libloki_*.dsc source
+    ) >build/loki.log 2>&1 || echo "Loki's source package could not be had; see build/loki.log"
+}
+
+# build FOLDER CMAKE-OPTION...: configures and builds below build/, quietly unless it fails.
+build() {
+    build_folder=build/$1
+    shift
+    mkdir -p "$build_folder"
+    if ! {
+        cmake -S . -B "$build_folder" -G Ninja \
+            -DVORN_LOKI_SOURCE_DIR="$PWD/build/loki/source/src" "$@" &&
+            cmake --build "$build_folder"
+    } >"$build_folder/build.log" 2>&1; then
+        tail -n 40 "$build_folder/build.log"
+        echo "The build failed; see $build_folder/build.log"
+        return 1
+    fi
+    grep -E '^-- .*(mimalloc|Loki|CLI11)' "$build_folder/build.log" || true
+}
+
+# run_tests FOLDER CMAKE-OPTION...: builds and runs all tests.
+run_tests() {
+    tests_folder=$1
+    build "$@" || return 1
+    ctest --test-dir "build/$tests_folder" --output-on-failure -j "$(getconf _NPROCESSORS_ONLN)"
+}
+
+build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev dpkg-dev ca-certificates"
+test_packages="libgtest-dev python3 binutils"
