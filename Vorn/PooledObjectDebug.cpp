@@ -1,0 +1,175 @@
+#include "Vorn/PooledObjectDebug.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include "Vorn/CriticalSection.h"
+#include "Vorn/PathsLite.h"
+#include "Vorn/Ptr.h"
+#include "Vorn/String.h"
+#include "Vorn/Time.h"
+#include "Vorn/VornNamedObjects.h"
+#include "platform/OS.h"
+#include "platform/iAtomicServices.h"
+
+namespace Vorn::PooledObjectDebug {
+
+static_assert(offsetof(LoggingStats, name) == 0);
+static_assert(offsetof(LoggingStats, inUse) == 8);
+static_assert(offsetof(LoggingStats, maxInUse) == 12);
+static_assert(offsetof(LoggingStats, allocsInInterval) == 16);
+static_assert(offsetof(LoggingStats, intervalStartMs) == 24);
+static_assert(offsetof(LoggingStats, peakRatePerMs) == 32);
+static_assert(offsetof(LoggingStats, peakAtMs) == 40);
+static_assert(offsetof(LoggingStats, peakWallClock) == 48);
+static_assert(offsetof(LoggingStats, createdMs) == 56);
+static_assert(sizeof(LoggingStats) == 64);
+static_assert(offsetof(LTBStackNode, next) == 0);
+static_assert(offsetof(LTBStackNode, logger) == 8);
+static_assert(sizeof(LockFree::Stack<LTBStackNode>) == 16);
+static_assert(sizeof(LoggingTraitsBase) == 16);
+
+constinit LockFree::Stack<LTBStackNode> gAllLoggers;
+
+namespace {
+
+constexpr double kWarmUpMs = 7500.0;
+constexpr double kIntervalMs = 100.0;
+
+template <class T>
+T get(T& figure) {
+    return std::atomic_ref(figure).load(std::memory_order_relaxed);
+}
+
+template <class T>
+void set(T& figure, std::type_identity_t<T> value) {
+    std::atomic_ref(figure).store(value, std::memory_order_relaxed);
+}
+
+// Found by every module of the process under this name.
+CriticalSection& reportLock() {
+    return *NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
+        "PooledObjects.log_FileAccessLock");
+}
+
+struct CloseFile {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+
+struct FreeStats {
+    void operator()(LoggingStats* stats) const noexcept {
+        delete[] stats->name;
+        delete stats;
+    }
+};
+
+// Local calendar time as `asctime` writes it, line end included.
+struct CalendarText {
+    explicit CalendarText(std::time_t time) {
+        std::tm fields{};
+        localtime_r(&time, &fields);
+        asctime_r(&fields, text);
+    }
+    char text[64];
+};
+
+}  // namespace
+
+LoggingTraitsBase::LoggingTraitsBase(const char* name) {
+    if (!name) name = "";
+    const std::size_t size = std::strlen(name) + 1;
+    std::unique_ptr<LoggingStats, FreeStats> record(new LoggingStats{});
+    record->createdMs = now();
+    record->name = new char[size];
+    std::memcpy(record->name, name, size);
+    LTBStackNode* const node = new LTBStackNode{nullptr, this};
+
+    stats = record.get();
+    gAllLoggers.push(node);
+    if (std::atexit(LoggingTraitsBase_exit) != 0) {
+        forget();
+        throw std::bad_alloc();
+    }
+    static_cast<void>(record.release());
+}
+
+LoggingTraitsBase::~LoggingTraitsBase() {
+    const EasyCrit guard(reportLock());
+    dump();
+    forget();
+    FreeStats()(stats);
+}
+
+// Keeps the exit handlers away from this logger. Nodes stay where they are for good.
+void LoggingTraitsBase::forget() {
+    const EasyCrit guard(reportLock());
+    for (LTBStackNode* node = gAllLoggers.top(); node; node = node->next)
+        if (node->logger == this) node->logger = nullptr;
+}
+
+void LoggingTraitsBase::dump() {
+    static bool headerDone = false;
+    const EasyCrit guard(reportLock());
+    const String path((PathsLite::getSystemLogsPath() + L"PooledObjects.log").c_str());
+    // What is written here goes out in one piece, so that processes do not break each other's
+    // lines.
+    char buffer[1 << 16];
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "a+t"));
+    if (!file) return;
+    std::setvbuf(file.get(), buffer, _IOFBF, sizeof buffer);
+    if (!headerDone) {
+        std::fprintf(file.get(),
+                     "\n----------------------------------------------------------- %s\n",
+                     CalendarText(std::time(nullptr)).text);
+        headerDone = true;
+    }
+    std::fprintf(file.get(), "%s: maxInUse %d Peak Demand %.2f allocs/sec @ %.2f %s", stats->name,
+                 get(stats->maxInUse), get(stats->peakRatePerMs) * 1000.0, get(stats->peakAtMs),
+                 CalendarText(get(stats->peakWallClock)).text);
+}
+
+void LoggingTraitsBase::ltb_beforePush(void*, unsigned long) {}
+
+void LoggingTraitsBase::ltb_afterPush(void*, unsigned long) {
+    OS()->atomicServices()->decrement(&stats->inUse);
+}
+
+void LoggingTraitsBase::ltb_beforePop(unsigned long) {}
+
+void LoggingTraitsBase::ltb_afterPop(void*, unsigned long) {
+    iAtomicServices* const atomics = OS()->atomicServices();
+    atomics->increment(&stats->inUse);
+    const std::int32_t inUse = get(stats->inUse);
+    if (inUse > get(stats->maxInUse)) set(stats->maxInUse, inUse);
+
+    const double time = now();
+    if (!(time - stats->createdMs > kWarmUpMs)) return;
+    const double elapsed = time - get(stats->intervalStartMs);
+    if (!(elapsed > kIntervalMs)) {
+        atomics->increment(&stats->allocsInInterval);
+        return;
+    }
+    const double rate = get(stats->allocsInInterval) / elapsed;
+    if (rate > get(stats->peakRatePerMs)) {
+        set(stats->peakRatePerMs, rate);
+        set(stats->peakAtMs, time);
+        set(stats->peakWallClock, std::time(nullptr));
+    }
+    set(stats->intervalStartMs, time);
+    set(stats->allocsInInterval, 1);
+}
+
+void LoggingTraitsBase_exit() {
+    const EasyCrit guard(reportLock());
+    LTBStackNode* const node = gAllLoggers.pop();
+    if (node && node->logger) node->logger->dump();
+}
+
+}  // namespace Vorn::PooledObjectDebug
