@@ -167,9 +167,13 @@ void LoggingTraitsBase::ltb_afterPop(void*, unsigned long) {
 }
 
 void LoggingTraitsBase_exit() {
+    static LTBStackNode* reported = nullptr;  // Nodes are kept, where leak checkers find them.
     const EasyCrit guard(reportLock());
     LTBStackNode* const node = gAllLoggers.pop();
-    if (node && node->logger) node->logger->dump();
+    if (!node) return;
+    node->next = reported;
+    reported = node;
+    if (node->logger) node->logger->dump();
 }
 
 }  // namespace Vorn::PooledObjectDebug

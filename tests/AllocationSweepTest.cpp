@@ -28,7 +28,7 @@ struct Subject {
     }
     std::string state() const {
         const test::Unledgered unledgered;
-        std::string all = files.get(L"output") + std::to_string(rep.capacity + rep.refCount);
+        std::string all = files.get(L"output") + std::to_string(rep.capacity);
         const auto add = [&](const String& text) { (all += '|').append(text, text.size()); };
         for (const String& text : {s, other, String(rep.buffer, rep.length), String(w.c_str()),
                                    pair.asString('='), pair.getAttrib(), pair.getValue()})
@@ -39,7 +39,7 @@ struct Subject {
             add(walk.name());
             for (const AttribValuePair& entry : *walk) add(entry.asString('='));
         }
-        return all;
+        return all + std::to_string(rep.refCount);
     }
 
     bool adding = false;  // What is added before a refusal stays, and the refusal may be reported.

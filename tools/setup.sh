@@ -63,5 +63,5 @@ run_tests() {
     ctest --test-dir "build/$tests_folder" --output-on-failure -j "$(getconf _NPROCESSORS_ONLN)"
 }
 
-build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev dpkg-dev ca-certificates"
+build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev libcli11-dev dpkg-dev ca-certificates"
 test_packages="libgtest-dev python3 binutils"

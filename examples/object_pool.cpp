@@ -1,0 +1,96 @@
+// A pool of frames that logs how it is used, and the report that comes of it.
+//
+// Usage: object_pool WORKFOLDER [SECONDS]
+//
+// Two threads take frames from the pool and give them back for SECONDS, 8 unless given: rates are
+// measured after the first 7.5. The report goes below WORKFOLDER, which takes the place of the
+// user's own state folder.
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Vorn/CriticalSection.h"
+#include "Vorn/PathsLite.h"
+#include "Vorn/PooledObjectDebug.h"
+#include "Vorn/Time.h"
+#include "Vorn/WStringUtils.h"
+
+namespace {
+
+struct Frame {
+    unsigned char pixels[4096];
+};
+
+class FramePool : private Vorn::PooledObjectDebug::LoggingTraitsBase {
+public:
+    FramePool() : LoggingTraitsBase("Example frames") {}
+
+    std::unique_ptr<Frame> take() {
+        ltb_beforePop(0);
+        std::unique_ptr<Frame> frame = takeFree();
+        if (!frame) frame = std::make_unique<Frame>();
+        ltb_afterPop(frame.get(), 0);
+        return frame;
+    }
+
+    void giveBack(std::unique_ptr<Frame> frame) {
+        Frame* const object = frame.get();
+        ltb_beforePush(object, 0);
+        {
+            const EasyCrit guard(lock);
+            freeFrames.push_back(std::move(frame));
+        }
+        ltb_afterPush(object, 0);
+    }
+
+private:
+    std::unique_ptr<Frame> takeFree() {
+        const EasyCrit guard(lock);
+        if (freeFrames.empty()) return nullptr;
+        std::unique_ptr<Frame> frame = std::move(freeFrames.back());
+        freeFrames.pop_back();
+        return frame;
+    }
+
+    CriticalSection lock;
+    std::vector<std::unique_ptr<Frame>> freeFrames;
+};
+
+// Holds three frames at a time, like a decoder that needs its neighbours.
+void decode(FramePool& pool, double untilMs) {
+    while (Vorn::now() < untilMs) {
+        std::unique_ptr<Frame> frames[3];
+        for (auto& frame : frames) frame = pool.take();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        for (auto& frame : frames) pool.giveBack(std::move(frame));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) return std::cerr << "usage: object_pool WORKFOLDER [SECONDS]\n", 1;
+    const double seconds = argc > 2 ? std::atof(argv[2]) : 8.0;
+    setenv("XDG_STATE_HOME", std::filesystem::absolute(argv[1]).c_str(), 1);
+    const auto logs = Vorn::UTF8FromWString(Vorn::PathsLite::getSystemLogsPath());
+    std::filesystem::create_directories(logs.c_str());
+    {
+        FramePool pool;
+        const double untilMs = Vorn::now() + seconds * 1000;
+        std::thread other(decode, std::ref(pool), untilMs);
+        decode(pool, untilMs);
+        other.join();
+    }
+    std::ifstream report((logs + "PooledObjects.log").c_str());
+    std::string line, last;
+    while (std::getline(report, line)) last = line;
+    std::cout << last << '\n';
+    return last.starts_with("Example frames: maxInUse ") ? 0 : 1;
+}
