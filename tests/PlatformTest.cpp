@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -42,6 +41,9 @@ TEST(PlatformThreads, ContendersCountAtomicallyAndTakeTurns) {
     };
     { const std::jthread threads[] = {std::jthread(work), std::jthread(work), std::jthread(work)}; }
     EXPECT_TRUE(entries == 15000 && atomicServices()->decrement(&count) == 1);
+    void* word = &count;
+    EXPECT_EQ(atomicServices()->compareExchangePointer(&word, nullptr, &word), &count);
+    EXPECT_TRUE(atomicServices()->compareExchangePointer(&word, nullptr, word) == &count && !word);
 }
 
 TEST(PlatformMemory, EveryBlockIsReleasedWhereItBelongs) {
@@ -52,20 +54,18 @@ TEST(PlatformMemory, EveryBlockIsReleasedWhereItBelongs) {
 
 // Gives back all but what it keeps, and needs the services to do so.
 struct Cache final : Reclaimable {
-    explicit Cache(std::size_t bytes) : kept(bytes) {}
     std::size_t reclaimableBytes() override { return 0; }
     std::size_t reclaim(std::size_t bytes) override { return bytes - Cache(*this).kept; }
     std::size_t reclaimAll() override { return 0; }
-    const std::size_t kept;
+    std::size_t kept = 7;
 };
 
 TEST(PlatformMemory, ReclaimAsksInOrderUntilSatisfied) {
-    const Cache first(7);
-    auto second = std::make_unique<Cache>(0);
-    const Cache third(2);
-    EXPECT_EQ(memoryServices()->reclaim(20), 20u);
-    second.reset();
-    EXPECT_EQ(memoryServices()->reclaim(20), 18u);
+    const Cache first;
+    Cache last(first);
+    last.kept = 2;
+    for (const std::size_t bytes : {20u, 0u, 20u})
+        EXPECT_EQ(memoryServices()->reclaim(bytes), bytes > 0 ? 18 : 0);
 }
 
 Vorn::Ptr<iFile> open(const std::string& path, bool writing) {
