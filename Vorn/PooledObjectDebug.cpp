@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <type_traits>
 
 #include "Vorn/CriticalSection.h"
@@ -74,6 +73,7 @@ struct FreeStats {
 struct CalendarText {
     explicit CalendarText(std::time_t time) {
         std::tm fields{};
+        tzset();  // As `localtime` does, unlike its re-entrant form.
         localtime_r(&time, &fields);
         asctime_r(&fields, text);
     }
@@ -89,38 +89,29 @@ LoggingTraitsBase::LoggingTraitsBase(const char* name) {
     record->createdMs = now();
     record->name = new char[size];
     std::memcpy(record->name, name, size);
-    LTBStackNode* const node = new LTBStackNode{nullptr, this};
+    std::unique_ptr<LTBStackNode> node(new LTBStackNode{nullptr, this});
 
-    stats = record.get();
-    gAllLoggers.push(node);
-    if (std::atexit(LoggingTraitsBase_exit) != 0) {
-        forget();
-        throw std::bad_alloc();
-    }
-    static_cast<void>(record.release());
+    stats = record.release();
+    // The handler first: exit may begin at any moment and must not find more loggers than handlers.
+    // A process that is past its handlers takes no more, and nobody would report the logger then.
+    if (std::atexit(LoggingTraitsBase_exit) == 0) gAllLoggers.push(node.release());
 }
 
 LoggingTraitsBase::~LoggingTraitsBase() {
     const EasyCrit guard(reportLock());
     dump();
-    forget();
-    FreeStats()(stats);
-}
-
-// Keeps the exit handlers away from this logger. Nodes stay where they are for good.
-void LoggingTraitsBase::forget() {
-    const EasyCrit guard(reportLock());
+    // Keeps the exit handlers away from this logger. Nodes stay where they are for good.
     for (LTBStackNode* node = gAllLoggers.top(); node; node = node->next)
         if (node->logger == this) node->logger = nullptr;
+    FreeStats()(stats);
 }
 
 void LoggingTraitsBase::dump() {
     static bool headerDone = false;
     const EasyCrit guard(reportLock());
     const String path((PathsLite::getSystemLogsPath() + L"PooledObjects.log").c_str());
-    // What is written here goes out in one piece, so that processes do not break each other's
-    // lines.
-    char buffer[1 << 16];
+    // What is written here goes out in one piece, so that processes leave each other's lines whole.
+    static char buffer[1 << 16];
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "a+t"));
     if (!file) return;
     std::setvbuf(file.get(), buffer, _IOFBF, sizeof buffer);

@@ -62,8 +62,6 @@ public:
     void ltb_afterPop(void* object, unsigned long n);
 
 private:
-    void forget();
-
     LoggingStats* stats;
 };
 

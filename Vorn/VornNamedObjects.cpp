@@ -60,11 +60,10 @@ private:
 }  // namespace
 
 NamedObjectInfo::NamedObjectInfo(const char* type, const char* name, void* registered)
-    : typeNameCrc(check(type)),
-      objectNameCrc(check(name)),
-      object(registered),
-      typeName(type),
-      objectName(name) {}
+    : typeNameCrc(check(type)), objectNameCrc(check(name)), object(registered) {
+    objectName = name;
+    typeName = type;
+}
 
 NamedObjectsNamespace* NamedObjectsNamespace::getGlobalNamespaceInstance() {
     static CriticalSection initLock;

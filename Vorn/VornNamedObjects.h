@@ -42,8 +42,7 @@ struct VORN_EXPORT NamedObjectInfo {
 /// - Operations on a key that another thread has locked wait for it; `find_` and `remove_` of an
 ///   unknown key do not.
 /// - A factory runs under the lock of the list when its key is new, else under the key's lock. It
-/// may
-///   use the registry, its own key included, but must not wait for a thread that does.
+///   may use the registry, its own key included, but must not wait for a thread that does.
 ///
 /// Invariants:
 /// 1. At most one entry per key, in the order of first use.
@@ -113,7 +112,7 @@ public:
     bool lock_(const std::type_info& type, const char* name_, bool wait);
     void unlock_(const std::type_info& type, const char* name_);
 
-    /// The entry of a key, or null.
+    /// The entry of a key, or null. The name is not null, here and below.
     NamedObjectInfo* findInfo_(const std::type_info& type, const char* name_);
     /// Appends an entry for a key that has none, while the caller holds the lock of the list.
     NamedObjectInfo* addListEntry_(const std::type_info& type, const char* name_, void* object);
