@@ -51,8 +51,9 @@ StringRep::StringRep() noexcept {
 
 StringRep::StringRep(const char* s, unsigned n) {
     init();
+    if (!s) n = 0;
     buffer = new char[checkedLength(n) + 1];
-    std::memcpy(buffer, s, n);
+    copyBytes(buffer, s, n);
     buffer[n] = 0;
     length = n;
     capacity = n + 1;
@@ -94,7 +95,7 @@ unsigned StringRep::sizeFor(unsigned n) {
 
 bool StringRep::resizeFor(unsigned n) {
     const unsigned size = sizeFor(n);
-    if (size != capacity) edit(length, 0, nullptr, 0, size);
+    if (size != capacity) edit(std::min(length, size - 1), length, nullptr, 0, size);
     return true;
 }
 

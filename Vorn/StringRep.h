@@ -45,7 +45,8 @@ public:
 
     /// The smallest power of two above `n` < 2^31; `std::bad_alloc` for more.
     static unsigned sizeFor(unsigned n);
-    /// Makes the capacity `sizeFor(n)`, which can be less than it was. `n` ≥ `length`. True.
+    /// Makes the capacity `sizeFor(n)`, which can be less than it was; what no longer fits is cut.
+    /// True.
     bool resizeFor(unsigned n);
     /// A new block of `size` bytes; takes as much as fits from `old`, a buffer of `capacity` bytes,
     /// and frees that. Null `old`: the block comes unfilled.
