@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <thread>
-#include <vector>
 
 #include "Vorn/CriticalSection.h"
 #include "Vorn/Exception.h"
@@ -36,8 +35,8 @@ private:
     unsigned frames = 0;
 };
 
-// Each thread has a handle of its own; the reel lives as long as any of them.
-void record(Vorn::Ptr<Reel> reel) {
+// Each thread is given a handle of its own; the reel lives as long as any of them.
+void record(const Vorn::Ptr<Reel>& reel) {
     for (int i = 0; i < 1000; ++i) reel->addFrames(3);
 }
 
@@ -45,8 +44,8 @@ void record(Vorn::Ptr<Reel> reel) {
 
 int main() {
     const Vorn::Ptr<Reel> reel(new Reel);
-    std::vector<std::thread> recorders;
-    for (int i = 0; i < 4; ++i) recorders.emplace_back(record, reel);
+    std::thread recorders[4];
+    for (std::thread& recorder : recorders) recorder = std::thread(record, reel);
     for (std::thread& recorder : recorders) recorder.join();
     const bool complete = reel->size() == 12000 && reel->isFree();
 

@@ -78,6 +78,7 @@ void decode(FramePool& pool, double untilMs) {
 int main(int argc, char** argv) {
     if (argc < 2) return std::cerr << "usage: object_pool WORKFOLDER [SECONDS]\n", 1;
     const double seconds = argc > 2 ? std::atof(argv[2]) : 8.0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs yet.
     setenv("XDG_STATE_HOME", std::filesystem::absolute(argv[1]).c_str(), 1);
     const auto logs = Vorn::UTF8FromWString(Vorn::PathsLite::getSystemLogsPath());
     std::filesystem::create_directories(logs.c_str());
