@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <random>
-#include <sstream>
 #include <tuple>
 
 #include "Vorn/StringRep.h"
@@ -92,72 +89,48 @@ TEST(String, ConstructionSizesTheText) {
              String(abc(1, kNone)), String(-3), String(3000000000u), String(1.5), String(L"\xE9")),
         "/- /- /- /- /- /1 /1 /1 /1 x/2 xxx/4 xxxxxxxx/16 abc/4 ab/3 ab/3 abc/4 bc/3 -3/3 "
         "3000000000/11 1.500000/9 \xC3\xA9/3 ");
-    EXPECT_EQ(String(-1e300).size() + std::strlen(none), 309u);
-    EXPECT_THROW(String(static_cast<const wchar_t*>(nullptr)), std::logic_error);
 }
 
 TEST(String, ComparesByTheRulesForBlanksAndMissingTexts) {
     const char* const texts[] = {nullptr, "", " ", "   ", "\t", "a", "a ", "B", "\xE9"};
     const auto blank = [](const char* t) { return !t || !t[std::strspn(t, " ")]; };
-    const auto orders = [](auto x, auto y) { return std::array{x<y, x <= y, x> y, x >= y}; };
-    for (unsigned i = 0; i < 81; ++i) {
-        const char *const p = texts[i / 9], *const q = texts[i % 9];
-        const String a(p), b(q);
-        const int order = p && q ? std::strcmp(p, q) : !!p - !!q;
-        const double known = p && q ? order : std::nan("");
-        EXPECT_EQ(orders(a, b), orders(p || q ? known : 0, 0.0)) << i;
-        EXPECT_EQ(orders(a, q), orders(known, 0.0)) << i;
-        EXPECT_EQ(orders(p, b), orders(known, 0.0)) << i;
-        EXPECT_EQ(a.compare(b) <=> 0, order <=> 0) << i;
-        EXPECT_EQ(a == b, blank(p) ? blank(q) : q && order == 0) << i;
-        EXPECT_EQ(a == q, q ? std::strcmp(a, q) == 0 : blank(p)) << i;
-    }
+    for (const char* p : texts)
+        for (const char* q : texts) {
+            const String a(p), b(q);
+            const int order = p && q ? std::strcmp(p, q) : !!p - !!q;
+            EXPECT_EQ(a.compare(b) <=> 0, order <=> 0);
+            EXPECT_EQ(a == b, blank(p) ? blank(q) : q && order == 0);
+            EXPECT_EQ(a == q, q ? std::strcmp(a, q) == 0 : blank(p));
+            EXPECT_EQ(a < b, p && q && order < 0);
+            EXPECT_EQ(a <= q, p && q && order <= 0);
+            EXPECT_EQ(a <= b, p && q ? order <= 0 : p == q);
+        }
 }
 
 TEST(String, FindsAndTests) {
     const String none, s("aB,,aB");
-    EXPECT_TRUE(s.startsWith("aB", true) && s.startsWith("AB", false) && none.startsWith("", true));
-    EXPECT_TRUE(s.endsWith(",aB", true) && s.endsWith(",AB", false) && none.endsWith("", true));
-    EXPECT_FALSE(s.startsWith("AB", true) || s.startsWith(nullptr, true) ||
-                 s.endsWith("AB", true) || s.endsWith(nullptr, true) || none.endsWith("x", true));
-    EXPECT_TRUE(s.compareCaseInsensitive("Ab,,Ab") && !String("").compareCaseInsensitive(""));
-    EXPECT_TRUE(s.index("aB", 1) == 4 && s.index("", 5) == 5 && s.rindex(',') == 3 &&
-                s.rindex('\0') == 6 && s.nthIndex(2, ',') == 3 && none[0] == 0 && s[1] == 'B');
-    EXPECT_EQ(s.index("", 6) & s.rindex('x') & s.nthIndex(3, ',') & s.nthIndex(1, '\0') &
-                  none.index("", 0) & none.rindex('\0') & none.nthIndex(0, ','),
-              kNone);
-    EXPECT_EQ(String(" 2.5x").asDouble() + none.asDouble(), 2.5);
-    const unsigned spans[][2] = {{7, 7}, {0, 2}, {3, 3}, {4, 6}, {kNone, kNone}};
-    unsigned start = 7, end = 7;
-    for (unsigned n = 0; n < 5; ++n) {
-        EXPECT_EQ((n ? s : none).tokSpan(',', n - 1, start, end), n > 0 && n < 4);
-        EXPECT_TRUE(start == spans[n][0] && end == spans[n][1]) << start << ' ' << end;
-    }
+    EXPECT_TRUE(s.startsWith("AB", false) && s.endsWith(",AB", false) && none.endsWith("", true));
+    EXPECT_FALSE(s.startsWith("AB", true) || s.endsWith("AB", true) || none.endsWith("x", true));
+    EXPECT_TRUE(s.index("aB", 1) == 4 && s.rindex(',') == 3 && s.nthIndex(2, ',') == 3);
+    EXPECT_EQ(s.index("", 6) & s.rindex('x') & s.nthIndex(3, ',') & s.nthIndex(1, 0), kNone);
+    unsigned start, end;
+    EXPECT_TRUE(s.tokSpan(',', 0, start, end) && start == 0 && end == 2);
+    EXPECT_TRUE(s.tokSpan(',', 2, start, end) && start == 4 && end == 6);
+    EXPECT_FALSE(s.tokSpan(',', 3, start, end) || none.tokSpan(',', 0, start, end));
 }
 
 TEST(String, EditsGiveTheKnownResults) {
     const String none, abc("abc"), dots("a.b.c"), zero("a\0.", 3);
     EXPECT_EQ(show(String("aBc\xE9").toUpper(), String("aBc\xE9").toLower(),
-                   String(abc).rotateLeft(1), String(abc).rotateLeft(5), String("").rotateLeft(3),
-                   String(none).toUpper().toLower().rotateLeft(1),
-                   String(" \ta\t ").stripLeadingSpaces(), String(" \ta\t ").stripTrailingSpaces(),
-                   String("  ").stripLeadingSpaces().stripTrailingSpaces(), String("n") += -7,
-                   String("n") += 4000000000u, String("n") += 2.5, String("n") = 'c',
-                   "-" + abc + dots + "c"),
-              "ABC\xE9/5 abc\xE9/5 bca/4 cab/4 /1 /- \ta\t /6  \ta\t/6   /3 n-7/4 n4000000000/16 "
-              "n2.500000/16 c/2 -abca.b.cc/16 ");
-    EXPECT_EQ(show(dots.substitute(".", "::"), dots.substitute("a.", ""),
-                   String("aaa").substitute("aa", "b"), abc.substitute("", "-"),
-                   abc.substitute(nullptr, nullptr), String(dots).substitute('.', '-'),
-                   String(zero).substitute('.', '-'), String(dots).replace("xy", 2, 0, 3),
+                   String(abc).rotateLeft(5), String("  ").stripLeadingSpaces(),
+                   String("  a ").stripLeadingSpaces(), String("  a ").stripTrailingSpaces(),
+                   String("n") += -7, String("n") += 2.5, "-" + abc + dots + "c",
+                   dots.substitute(".", "::"), dots.substitute("a.", ""), abc.substitute("", "-"),
+                   abc.substitute(nullptr, nullptr), String(zero).substitute('.', '-'),
                    String(abc).insert(nullptr, 2, 1, 4), String(abc).replaceAll(nullptr, 2)),
-              "a::b::c/8 b.c/6 ba/4 -a-b-c/8 abc/4 a-b-c/6 a -/4 a.bxy/6 abc /8 /4 ");
+              "ABC\xE9/5 abc\xE9/5 cab/4   /3 a /5   a/5 n-7/4 n2.500000/16 -abca.b.cc/16 "
+              "a::b::c/8 b.c/6 -a-b-c/8 abc/4 a -/4 abc /8 /4 ");
     EXPECT_EQ(repOf(dots.substitute("#", "")), repOf(dots));
-    String s("ab"), t;
-    std::istringstream in("c\xE9 \td");
-    EXPECT_TRUE(s.readFrom(in) > 0 && s.readFrom(in) > 0 && in.tellg() == 4 && t.readFrom(in) < 0);
-    s[7] = s[0];
-    EXPECT_EQ(show(s, t, abc, dots), "abc\xE9   a/16 d/2 abc/4 a.b.c/6 ");
 }
 
 TEST(String, CopiesAllocateNothingAndMovesCountNothing) {
@@ -167,16 +140,6 @@ TEST(String, CopiesAllocateNothingAndMovesCountNothing) {
     String b(a), c, d(std::move(a));
     c = b, b = c, std::swap(d, a);
     EXPECT_TRUE(atomics.increments == 2 && atomics.decrements == 0 && ledger.allocations() == 2);
-}
-
-TEST(StringRep, CapacitiesFollowTheLength) {
-    StringRep rep("0123456789", 10);
-    EXPECT_TRUE(rep.resizeFor(100) && rep.expandTo(10) && rep.capacity == 128);
-    EXPECT_TRUE(rep.resizeFor(20) && rep.capacity == 32 && rep.expandTo(12) && rep.capacity == 16);
-    rep.buffer = rep.realloc(rep.buffer, 40);
-    EXPECT_STREQ((rep = rep.buffer + 9).buffer, "9  ");
-    EXPECT_TRUE(rep.capacity == 4 && (rep = 'x').capacity == 2 && !(rep = nullptr).buffer);
-    EXPECT_TRUE(rep.sizeFor(0) == 1 && rep.sizeFor(3) == 4 && rep.sizeFor(4) == 8);
 }
 
 // Searching ends at the zero byte; what stands behind it moves along.
@@ -204,40 +167,19 @@ TEST(StringRep, LengthsStayBelow2GiB) {
     EXPECT_TRUE(ledger.refusals() == 1 && show(s) == "a/2 ");
 }
 
-// The other holder of a text lets it go as soon as a copy is made.
-struct OtherLetsGo : test::RecordingAtomics {
-    explicit OtherLetsGo(StringRep* rep) : shared(rep) { shared->refCount = 2; }
-    void increment(std::int32_t* n) override { shared->refCount = 1, next->increment(n); }
-
-    StringRep* const shared;
-};
-
-TEST(StringRep, UnshareFreesWhatNobodyElseHolds) {
-    test::MemoryLedger ledger;
-    StringRep rep("a\0b", 3), *const last = new StringRep("ab", 2);
-    EXPECT_EQ(rep.unshare(), &rep);
+TEST(StringRep, UnshareLeavesTheOthersTheirText) {
+    StringRep rep("a\0b", 3);
     rep.refCount = 2;
     const std::unique_ptr<StringRep> copy(rep.unshare());
     EXPECT_TRUE(copy->capacity == 2 && copy->refCount == 1 && rep.refCount == 1);
-    String s("ab");
-    const OtherLetsGo other(last), another(repOf(s));
-    delete last->unshare(), s += 'c';
-    EXPECT_EQ(ledger.live(), 5u);
 }
 
 TEST(SubString, ViewsAreClippedAndKeepTheirText) {
     String s("abcdef");
-    const auto shape = [](const SubString& view) { return view.index() * 10 + view.size(); };
-    EXPECT_TRUE(shape(SubString(s, 6, 1)) == 0 && shape(SubString(s, 9)) == 0);
-    EXPECT_TRUE(shape(SubString(s, 2)) == 24 && shape(SubString(s, 1, kNone)) == 15);
-    SubString view(s, 2, 3), copy(view);
+    EXPECT_TRUE(SubString(s, 6, 1).index() == 0 && SubString(s, 1, kNone).size() == 5);
+    const SubString view(s, 2, 3);
     s.toUpper();
-    EXPECT_TRUE(view == SubString(String("cde")) && !(view == SubString(s, 2, 3)));
-    EXPECT_FALSE(view == SubString(String("cdef"), 0, 2));
-    view.purge();
-    EXPECT_TRUE(view == SubString(String()) && shape(view) == 0 && !repOf(String(view)));
-    view = copy, copy = s;
-    EXPECT_EQ(show(String(view), String(copy)), "cde/4 ABCDEF/7 ");
+    EXPECT_TRUE(show(String(view)) == "cde/4 " && !(view == SubString(s, 2, 3)));
 }
 
 }  // namespace

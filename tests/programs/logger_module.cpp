@@ -1,16 +1,8 @@
-// A module with a logger of its own, which has nothing in common with its program but a type's
-// name.
+// A module with a logger that ends with it, and one that it leaves behind.
 
 #include "Vorn/PooledObjectDebug.h"
-#include "Vorn/VornNamedObjects.h"
 
-struct Shared {};
+using Logger = Vorn::PooledObjectDebug::LoggingTraitsBase;
 
-static const Vorn::PooledObjectDebug::LoggingTraitsBase logger("module");
-
-// Registers a `Shared` and returns this module's view of the type.
-extern "C" VORN_EXPORT const std::type_info* share() {
-    new Vorn::PooledObjectDebug::LoggingTraitsBase("left by module");
-    Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->create("shared", new Shared);
-    return &typeid(Shared);
-}
+static const Logger ownLogger("module");
+static const Logger* const leftLogger = new Logger("left by module");
