@@ -106,7 +106,7 @@ TEST(AllocationSweep, RefusalsLoseNothing) {
           ROW(x.file.save(L"output")), ROW(x.file["New"]), ROW(x.file = VornIniFile(x.file)),
           ROW(CriticalSection(x.s).enter()), ROW(x.adding = true; x.file.load(L"input", '\n')),
           ROW(auto owned = std::make_unique<String>(x.s); Vorn::Ptr<String> p(owned.get());
-              owned.release()));
+              static_cast<void>(owned.release())));
 }
 
 }  // namespace

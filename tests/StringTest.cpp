@@ -17,9 +17,7 @@ namespace {
 constexpr unsigned kNone = 0xFFFFFFFF;
 
 StringRep* repOf(const String& s) {
-    StringRep* rep;
-    std::memcpy(&rep, &s, sizeof rep);
-    return rep;
+    return *reinterpret_cast<StringRep* const*>(&s);
 }
 
 std::size_t roomOf(const String& s) {

@@ -113,9 +113,7 @@ private:
     const String section;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     CLI::App app("Reads and changes single settings of an INI file.", "vorn-ini");
     Request request;
     app.require_subcommand(1);
@@ -144,6 +142,14 @@ int main(int argc, char** argv) {
                                  : settings.list();
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kFailed;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
     } catch (const std::exception& failure) {
         std::cerr << "vorn-ini: " << failure.what() << '\n';
         return kFailed;
