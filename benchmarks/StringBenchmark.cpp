@@ -50,7 +50,7 @@ BENCHMARK_TEMPLATE(appendCharacters, std::string)->Arg(100)->Arg(100000);
 
 template <class Text>
 void concatenate(benchmark::State& state) {
-    const Text a(textOf(state).c_str()), b(a);
+    const Text a(textOf(state).c_str()), b(textOf(state).c_str());
     for (auto _ : state) {
         Text both(a + b);
         benchmark::DoNotOptimize(both);
