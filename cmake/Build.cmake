@@ -16,6 +16,8 @@ function(vorn_configure target)
   # Calls between the two libraries, OS() above all, go straight through the address table instead
   # of through a stub that jumps there.
   target_compile_options(${target} PRIVATE -fno-plt)
+  # Our own calls of what we export are direct, and may be inlined.
+  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
 endfunction()
 
 function(vorn_shared_library target exports)

@@ -28,7 +28,7 @@ TEST(CriticalSection, KeepsBookOfEntries) {
 
 struct FailingThreads : iThreadServices {
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned value) override {
-        return value == 13 ? throw value : posix::threadServices()->createCriticalSection(value);
+        return value == 13 ? throw value : posix::threadServices->createCriticalSection(value);
     }
     unsigned currentThreadId() override { return 1; }
 };

@@ -19,21 +19,21 @@ using namespace posix;
 
 TEST(PlatformText, Utf8IsDecodedStrictlyAndEveryCodePointComesBack) {
     const char* const ill = "\x80(\xC0\xAF(\xED\xA0\x80(\xE2\x82(\xF0\x9F\x98(\xC3\xC3\xA9\xF0";
-    EXPECT_EQ(textServices()->wideFromUtf8(ill),
+    EXPECT_EQ(textServices->wideFromUtf8(ill),
               L"\xFFFD(\xFFFD\xFFFD(\xFFFD\xFFFD\xFFFD(\xFFFD(\xFFFD(\xFFFD\xE9\xFFFD");
     WString all;
     for (wchar_t c = 1; c < 0x110000; c += c == 0xD7FF ? 0x801 : 1) all += c;
-    const UTF8String utf8 = textServices()->utf8FromWide(all + L'\xD800' + L'\x110000');
+    const UTF8String utf8 = textServices->utf8FromWide(all + L'\xD800' + L'\x110000');
     EXPECT_EQ(utf8.size(), 0x7Fu + 2 * 0x780u + 3 * (0xF802u - 0x800u) + 4 * 0x100000u);
-    EXPECT_TRUE(textServices()->wideFromUtf8(utf8.c_str()) == all + L"\xFFFD\xFFFD");
+    EXPECT_TRUE(textServices->wideFromUtf8(utf8.c_str()) == all + L"\xFFFD\xFFFD");
 }
 
 TEST(PlatformThreads, ContendersCountAtomicallyAndTakeTurns) {
-    const auto lock = threadServices()->createCriticalSection(0);
+    const auto lock = threadServices->createCriticalSection(0);
     std::int32_t entries = 0, count = 2;
     const auto work = [&] {
-        for (int i = 0; i < 1000000; ++i) atomicServices()->increment(&count);
-        for (int i = 0; i < 1000000; ++i) EXPECT_GE(atomicServices()->decrement(&count), 2);
+        for (int i = 0; i < 1000000; ++i) atomicServices->increment(&count);
+        for (int i = 0; i < 1000000; ++i) EXPECT_GE(atomicServices->decrement(&count), 2);
         for (int i = 0; i < 5000; ++i, lock->leave()) {
             if (i % 3 != 0 || !lock->tryEnter()) lock->enter();
             const int entry = ++entries;
@@ -41,16 +41,16 @@ TEST(PlatformThreads, ContendersCountAtomicallyAndTakeTurns) {
         }
     };
     { const std::jthread threads[] = {std::jthread(work), std::jthread(work), std::jthread(work)}; }
-    EXPECT_TRUE(entries == 15000 && atomicServices()->decrement(&count) == 1);
+    EXPECT_TRUE(entries == 15000 && atomicServices->decrement(&count) == 1);
     void* word = &count;
-    EXPECT_EQ(atomicServices()->compareExchangePointer(&word, nullptr, &word), &count);
-    EXPECT_TRUE(atomicServices()->compareExchangePointer(&word, nullptr, word) == &count && !word);
+    EXPECT_EQ(atomicServices->compareExchangePointer(&word, nullptr, &word), &count);
+    EXPECT_TRUE(atomicServices->compareExchangePointer(&word, nullptr, word) == &count && !word);
 }
 
 TEST(PlatformMemory, EveryBlockIsReleasedWhereItBelongs) {
     for (const std::size_t bytes : {0u, 1u, 100u << 10, 20u << 20, 1500u << 20})
-        memoryServices()->free(memoryServices()->allocate(bytes));
-    memoryServices()->free(::realpath("/", nullptr));  // The C library's.
+        memoryServices->free(memoryServices->allocate(bytes));
+    memoryServices->free(::realpath("/", nullptr));  // The C library's.
 }
 
 // Gives back all but what it keeps, and needs the services to do so.
@@ -66,12 +66,12 @@ TEST(PlatformMemory, ReclaimAsksInOrderUntilSatisfied) {
     Cache last(first);
     last.kept = 2;
     for (const std::size_t bytes : {20u, 0u, 20u})
-        EXPECT_EQ(memoryServices()->reclaim(bytes), bytes > 0 ? 18 : 0);
+        EXPECT_EQ(memoryServices->reclaim(bytes), bytes > 0 ? 18 : 0);
 }
 
 Vorn::Ptr<iFile> open(const std::string& path, bool writing) {
     const WString name(path.begin(), path.end());
-    return fileServices()->openFile(name, writing, writing ? 3 : 0, !writing, 0);
+    return fileServices->openFile(name, writing, writing ? 3 : 0, !writing, 0);
 }
 
 bool save(const std::string& path, const std::string& text) {

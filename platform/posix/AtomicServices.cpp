@@ -21,8 +21,6 @@ constexpr NeverDestroyed<AtomicServices> services;
 
 }  // namespace
 
-iAtomicServices* atomicServices() {
-    return &services.object;
-}
+iAtomicServices* const atomicServices = &services.object;
 
 }  // namespace posix

@@ -44,9 +44,7 @@ template <class T>
 struct Allocator {
     using value_type = T;
 
-    T* allocate(std::size_t n) {
-        return static_cast<T*>(memoryServices()->allocate(n * sizeof(T)));
-    }
+    T* allocate(std::size_t n) { return static_cast<T*>(memoryServices->allocate(n * sizeof(T))); }
     void deallocate(T* block, std::size_t) noexcept { release(block); }
     bool operator==(const Allocator&) const = default;
 };
@@ -118,8 +116,6 @@ constexpr NeverDestroyed<MemoryServices> services;
 
 }  // namespace
 
-iMemoryServices* memoryServices() {
-    return &services.object;
-}
+iMemoryServices* const memoryServices = &services.object;
 
 }  // namespace posix

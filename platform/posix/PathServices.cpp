@@ -48,7 +48,7 @@ public:
         if (folder != kLogsFolder) return {};
         UTF8String path = logsFolder();
         if (!path.empty() && path.back() != '/') path += '/';
-        return textServices()->wideFromUtf8(path.c_str());
+        return textServices->wideFromUtf8(path.c_str());
     }
 };
 
@@ -56,8 +56,6 @@ constexpr NeverDestroyed<PathServices> services;
 
 }  // namespace
 
-iPathServices* pathServices() {
-    return &services.object;
-}
+iPathServices* const pathServices = &services.object;
 
 }  // namespace posix

@@ -11,13 +11,13 @@ namespace posix {
 
 /// The services that the platform library's `OS()` hands out. They exist from before the first
 /// static initialiser until the process ends; the accessors only return them.
-iMemoryServices* memoryServices();
-iTextServices* textServices();
-iFileServices* fileServices();
-iThreadServices* threadServices();
-iAtomicServices* atomicServices();
-iSystemInfo* systemInfo();
-iPathServices* pathServices();
+extern iMemoryServices* const memoryServices;
+extern iTextServices* const textServices;
+extern iFileServices* const fileServices;
+extern iThreadServices* const threadServices;
+extern iAtomicServices* const atomicServices;
+extern iSystemInfo* const systemInfo;
+extern iPathServices* const pathServices;
 
 /// Keeps a static object without an initialiser at start and a destructor at exit. The object that
 /// is wrapped is declared `constexpr`, since not every compiler drops the exit handler otherwise;

@@ -14,8 +14,6 @@ constexpr NeverDestroyed<SystemInfo> services;
 
 }  // namespace
 
-iSystemInfo* systemInfo() {
-    return &services.object;
-}
+iSystemInfo* const systemInfo = &services.object;
 
 }  // namespace posix

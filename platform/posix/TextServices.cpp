@@ -74,8 +74,6 @@ constexpr NeverDestroyed<TextServices> services;
 
 }  // namespace
 
-iTextServices* textServices() {
-    return &services.object;
-}
+iTextServices* const textServices = &services.object;
 
 }  // namespace posix

@@ -14,23 +14,24 @@ void WordLock::lockContended() noexcept {
 namespace {
 
 constinit std::atomic<unsigned> lastThreadId{0};
-constinit thread_local unsigned threadId = 0;
+// In the static block, which is reached without a call; the C library keeps room there for
+// libraries that are loaded late.
+[[gnu::tls_model("initial-exec")]] constinit thread_local unsigned threadId = 0;
 
 // A count instead of the system's identity, which a child process would go on using after a fork.
-unsigned currentId() noexcept {
+[[gnu::noinline]] unsigned newId() noexcept {
     while (threadId == 0) threadId = lastThreadId.fetch_add(1, std::memory_order_relaxed) + 1;
     return threadId;
+}
+
+unsigned currentId() noexcept {
+    return threadId != 0 ? threadId : newId();
 }
 
 class ReentrantLock final : public Counted<iCriticalSection> {
 public:
     void enter() override {
-        const unsigned caller = currentId();
-        if (owner.load(std::memory_order_relaxed) != caller) {
-            word.lock();
-            owner.store(caller, std::memory_order_relaxed);
-        }
-        ++depth;
+        if (!tryEnter()) waitAndEnter();
     }
 
     bool tryEnter() override {
@@ -50,6 +51,12 @@ public:
     }
 
 private:
+    void waitAndEnter() {
+        word.lock();
+        owner.store(currentId(), std::memory_order_relaxed);
+        ++depth;
+    }
+
     WordLock word;
     std::atomic<unsigned> owner{0};  // Equals a thread's identity only while that thread holds it.
     unsigned depth = 0;
@@ -67,8 +74,6 @@ constexpr NeverDestroyed<ThreadServices> services;
 
 }  // namespace
 
-iThreadServices* threadServices() {
-    return &services.object;
-}
+iThreadServices* const threadServices = &services.object;
 
 }  // namespace posix
