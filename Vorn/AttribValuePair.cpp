@@ -1,6 +1,7 @@
 #include "Vorn/AttribValuePair.h"
 
 #include <cstddef>
+#include <utility>
 
 #include "Vorn/WStringUtils.h"
 
@@ -34,7 +35,10 @@ AttribValuePair::AttribValuePair(const WString& attrib_, const WString& value_, 
     : AttribValuePair(String(attrib_.c_str()), String(value_.c_str()), separator) {}
 
 AttribValuePair::AttribValuePair(const String& line_, char separator)
-    : state(kSynced), line(line_) {
+    : AttribValuePair(String(line_), separator) {}
+
+AttribValuePair::AttribValuePair(String&& line_, char separator)
+    : state(kSynced), line(std::move(line_)) {
     const unsigned end = line.nthIndex(1, separator);
     if (end == kNotFound) return;
     attrib = String(line.textAt(0), end);

@@ -29,6 +29,7 @@ public:
     AttribValuePair(const WString& attrib, const WString& value, char separator);
     /// Splits `line` at the first `separator`, not 0, before any zero byte.
     AttribValuePair(const String& line, char separator);
+    AttribValuePair(String&& line, char separator);
     AttribValuePair(const AttribValuePair& other) = default;
     AttribValuePair(AttribValuePair&& other) noexcept = default;
     ~AttribValuePair() = default;

@@ -34,8 +34,12 @@ unsigned positionOf(const char* found, const StringRep& in) {
 }
 
 // A length past the limit stays past it, and is refused where the text is copied.
+unsigned clipped(std::size_t n) {
+    return static_cast<unsigned>(std::min<std::size_t>(n, 0xFFFFFFFF));
+}
+
 unsigned lengthOf(const char* s) {
-    return static_cast<unsigned>(std::min<std::size_t>(std::strlen(s), 0xFFFFFFFF));
+    return clipped(std::strlen(s));
 }
 
 template <std::size_t Size, class Number>
@@ -94,18 +98,12 @@ String::String(double v) {
 
 String::String(const wchar_t* w) : String(Vorn::UTF8FromWString(WString(w)).c_str()) {}
 
-String::~String() {
-    if (rep && OS()->atomicServices()->decrement(&rep->refCount) == 0) delete rep;
+void String::release() noexcept {
+    if (OS()->atomicServices()->decrement(&rep->refCount) == 0) delete rep;
 }
 
 String& String::operator=(const String& other) noexcept {
     if (rep != other.rep) *this = String(other);
-    return *this;
-}
-
-String& String::operator=(String&& other) noexcept {
-    String taken(std::move(other));
-    std::swap(rep, taken.rep);
     return *this;
 }
 
@@ -130,6 +128,32 @@ String& String::edit(Edit change) {
     if (rep) *copy.rep = rep->buffer;
     change(*copy.rep);
     std::swap(rep, copy.rep);
+    return *this;
+}
+
+// A copy of `a`, up to its first zero byte, that has grown by the `n` bytes at `b`.
+String String::joined(const char* a, const char* b, unsigned n) {
+    const std::size_t kept = std::strlen(a);
+    String whole(new StringRep());
+    StringRep& r = *whole.rep;
+    r.resizeFor(clipped(kept + n));
+    std::memcpy(r.buffer, a, kept);
+    std::memcpy(r.buffer + kept, b, n);
+    r.length = static_cast<unsigned>(kept + n);
+    r.buffer[r.length] = 0;
+    return whole;
+}
+
+inline String& String::append(const char* s, unsigned n) {
+    const bool done = rep && !isShared(*rep) && rep->appendInPlace(s, n);
+    return done ? *this : grow(s, n);
+}
+
+// Kept out of `append`, which is to stay small.
+[[gnu::noinline]] String& String::grow(const char* s, unsigned n) {
+    if (!rep) return *this = String(new StringRep(s, n));
+    if (isShared(*rep)) return *this = joined(*this, s, n);
+    rep->append(s, n);
     return *this;
 }
 
@@ -255,21 +279,15 @@ unsigned String::split(char delim, Vector<String>& out, unsigned flags) const {
 
 String& String::operator+=(const String& other) {
     if (!other.text()) return *this;
-    if (!rep) return *this = other;
-    const char* const added = other;
-    const unsigned n = other.size();
-    return edit([=](StringRep& r) { r.append(added, n); });
+    return rep ? append(other, other.size()) : *this = other;
 }
 
 String& String::operator+=(const char* s) {
-    if (!rep) return *this = String(s);
-    if (!s) return *this;
-    return edit([=](StringRep& r) { r.append(s); });
+    return s ? append(s, lengthOf(s)) : *this;
 }
 
 String& String::operator+=(char c) {
-    if (!rep) return *this = c;
-    return edit([=](StringRep& r) { r.append(c); });
+    return append(&c, 1);
 }
 
 String& String::operator+=(int v) {
@@ -371,19 +389,16 @@ StringChar& StringChar::operator=(const StringChar& other) {
 }
 
 String operator+(const String& a, const String& b) {
-    String result(a);
-    result += b;
-    return result;
+    if (a.rep && b.text()) return String::joined(a, b, b.size());
+    return a.rep ? a : b;
 }
 
 String operator+(const String& a, const char* b) {
-    String result(a);
-    result += b;
-    return result;
+    if (a.rep && b) return String::joined(a, b, lengthOf(b));
+    return a.rep ? a : String(b);
 }
 
 String operator+(const char* a, const String& b) {
-    String result(a);
-    result += b;
-    return result;
+    if (a && b.text()) return String::joined(a, b, b.size());
+    return a ? String(a) : b;
 }

@@ -70,10 +70,16 @@ public:
     String(double v);
     /// The UTF-8 encoding of `w`. Throws `std::logic_error` for null.
     String(const wchar_t* w);
-    ~String();
+    ~String() {
+        if (rep) release();
+    }
 
     String& operator=(const String& other) noexcept;
-    String& operator=(String&& other) noexcept;
+    String& operator=(String&& other) noexcept {
+        String taken(std::move(other));
+        std::swap(rep, taken.rep);
+        return *this;
+    }
     String& operator=(char c);
 
     unsigned size() const noexcept;
@@ -154,12 +160,19 @@ public:
 
 private:
     const StringRep* text() const noexcept;
+    void release() noexcept;
     StringRep* rep = nullptr;
 
     explicit String(StringRep* fresh) noexcept;
+    static String joined(const char* a, const char* b, unsigned n);
     template <class Edit>
     String& edit(Edit change);
+    String& append(const char* s, unsigned n);
+    String& grow(const char* s, unsigned n);
     friend class StringChar;
+    friend String operator+(const String& a, const String& b);
+    friend String operator+(const String& a, const char* b);
+    friend String operator+(const char* a, const String& b);
 };
 
 VORN_EXPORT String operator+(const String& a, const String& b);

@@ -109,7 +109,7 @@ char* StringRep::realloc(void* old, unsigned size) {
 }
 
 void StringRep::append(const char* s, unsigned n) {
-    insert(s, n, 0, length);
+    if (!s || !appendInPlace(s, n)) insert(s, n, 0, length);
 }
 
 void StringRep::append(const char* s) {

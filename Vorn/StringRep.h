@@ -1,7 +1,9 @@
 // Text and containers: the shared representation behind String.
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "platform/Export.h"
 
@@ -88,6 +90,17 @@ public:
     std::int32_t refCount;
 
 private:
+    /// Appends where that leaves the block as it is, and returns whether it does. Inline, since
+    /// `String` appends in short steps.
+    bool appendInPlace(const char* s, unsigned n) {
+        const std::uint64_t grown = std::uint64_t{length} + n;
+        if (std::bit_ceil(grown + 1) != capacity) return false;
+        std::memmove(buffer + length, s, n);
+        length = static_cast<unsigned>(grown);
+        buffer[length] = 0;
+        return true;
+    }
     void edit(unsigned at, unsigned removed, const char* src, unsigned n, unsigned size);
     void take(char* text, unsigned newLength, unsigned size) noexcept;
+    friend class String;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <new>
@@ -44,28 +45,46 @@ int compareNames(const char* a, const char* b, bool caseSensitive, std::size_t l
     return 0;
 }
 
-// Processes lines for a builder, and looks a section up only once for all lines of it.
+std::string_view trimmed(std::string_view line) {
+    const std::size_t start = line.find_first_not_of(' ');
+    if (start == line.npos) return {};
+    return line.substr(start, line.find_last_not_of(' ') + 1 - start);
+}
+
+bool isHeader(std::string_view line) {
+    return line.front() == '[' && line.back() == ']';
+}
+
+String textOf(std::string_view piece) {
+    return String(piece.data(), static_cast<unsigned>(piece.size()));
+}
+
+// Processes lines for a builder. The entries of a section wait until all are seen, so that the
+// section is looked up once and gets its room in one piece.
 class LineHandler {
 public:
     explicit LineHandler(SectionsBuildingOutputIterator& target) : builder(target) {}
 
-    void operator()(const char* line, unsigned long size) {
-        while (size > 0 && *line == ' ') ++line, --size;
-        while (size > 0 && line[size - 1] == ' ') --size;
-        if (size == 0) return;
-        const auto length = static_cast<unsigned>(size);
-        if (line[0] == '[' && line[size - 1] == ']') {
-            builder.currentSection = String(line + 1, length - 2);
-            entries = nullptr;
-            return;
-        }
-        if (!entries) entries = &(*builder.sections)[builder.currentSection];
-        entries->emplace_back(String(line, length), '=');
+    void operator()(const char* start, unsigned long size) {
+        const std::string_view line = trimmed({start, size});
+        if (line.empty()) return;
+        if (!isHeader(line)) return waiting.push_back(line);
+        finish();
+        builder.currentSection = textOf(line.substr(1, line.size() - 2));
+    }
+
+    // Adds the entries that wait.
+    void finish() {
+        if (waiting.empty()) return;
+        VornIniFile::Entries& entries = (*builder.sections)[builder.currentSection];
+        if (entries.empty()) entries.reserve(waiting.size());
+        for (const std::string_view line : waiting) entries.emplace_back(textOf(line), '=');
+        waiting.clear();
     }
 
 private:
     SectionsBuildingOutputIterator& builder;
-    VornIniFile::Entries* entries = nullptr;
+    std::vector<std::string_view> waiting;
 };
 
 std::string_view bytes(const String& text) {
@@ -109,7 +128,9 @@ SectionsBuildingOutputIterator::SectionsBuildingOutputIterator(VornIniFile::Sect
     : sections(target), currentSection(VornIniFile::kAnonymousSection()) {}
 
 SectionsBuildingOutputIterator& SectionsBuildingOutputIterator::operator=(const String& line) {
-    LineHandler{*this}(line, line.size());
+    LineHandler handler(*this);
+    handler(line, line.size());
+    handler.finish();
     return *this;
 }
 
@@ -148,7 +169,9 @@ bool VornIniFile::load(WString newPath, char delimiter) {
     const unsigned length = file->read(buffer.get(), size);
     if (length == 0) return false;
     SectionsBuildingOutputIterator builder(&sections);
-    Vorn::StringManip::Private::forEachPiece(buffer.get(), length, delimiter, LineHandler(builder));
+    LineHandler handler(builder);
+    Vorn::StringManip::Private::forEachPiece(buffer.get(), length, delimiter, std::ref(handler));
+    handler.finish();
     return true;
 }
 
