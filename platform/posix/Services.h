@@ -10,7 +10,7 @@
 namespace posix {
 
 /// The services that the platform library's `OS()` hands out. They exist from before the first
-/// static initialiser until the process ends; the accessors only return them.
+/// static initialiser until the process ends.
 extern iMemoryServices* const memoryServices;
 extern iTextServices* const textServices;
 extern iFileServices* const fileServices;
