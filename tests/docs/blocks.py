@@ -1,0 +1,54 @@
+#!/usr/bin/env python3
+"""Takes the code blocks out of documents, so that they are compiled and run.
+
+blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
+blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the document shows. A block with the name
+    of a file is that file, written when it is not there and compared when it is. A console block
+    holds commands, each after "$ ", and what they print.
+"""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+
+def blocks(document):
+    text = pathlib.Path(document).read_text(encoding="utf-8")
+    return re.findall(r"^```(\w*) ?(.*)\n((?:.*\n)*?)```$", text, re.MULTILINE)
+
+
+def sources(folder, *documents):
+    for document in documents:
+        for number, (language, _, text) in enumerate(blocks(document), 1):
+            if language == "cpp":
+                path = pathlib.Path(folder, f"doc_{pathlib.Path(document).stem}_{number}.cpp")
+                if not path.exists() or path.read_text(encoding="utf-8") != text:
+                    path.write_text(text, encoding="utf-8")
+                print(path)
+
+
+def expect(what, expected, found):
+    if found != expected:
+        sys.exit(f"{what}:\n{found}\nThe document shows:\n{expected}")
+
+
+def follow(folder, tools, document):
+    shutil.rmtree(folder, ignore_errors=True)
+    os.makedirs(folder)
+    os.environ["PATH"] = tools + os.pathsep + os.environ["PATH"]
+    for language, name, text in blocks(document):
+        path = pathlib.Path(folder, name)
+        sessions = re.split(r"^\$ ", text, flags=re.MULTILINE)[1:] if language == "console" else []
+        for session in sessions:
+            command, _, shown = session.partition("\n")
+            expect(command, shown, subprocess.run(command, shell=True, cwd=folder, text=True,
+                                                  capture_output=True, check=True).stdout)
+        if name and path.exists():
+            expect(name, text, path.read_bytes().decode().replace("\r\n", "\n"))
+        elif name:
+            path.write_text(text, encoding="utf-8")
+
+
+{"sources": sources, "follow": follow}[sys.argv[1]](*sys.argv[2:])
