@@ -44,7 +44,7 @@ public:
     /// Whether both parts hold and neither has size 0.
     bool valid() const;
     /// Equal in all that holds in both; two synced pairs are equal if their parts or their lines
-    /// are.
+    /// are, hence any two lines without separator.
     bool operator==(const AttribValuePair& other) const;
 
     State getState() const { return state; }

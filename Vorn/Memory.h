@@ -3,7 +3,7 @@
 // The library defines and exports every replaceable form of the global `operator new` and `operator
 // delete`; all end in the platform's memory services. Plain forms let `std::bad_alloc` out and end
 // the process for any other exception; nothrow forms return null whatever the services throw.
-// There is no new-handler and no retry.
+// There is no new-handler and no retry. All are as thread-safe as those services.
 #pragma once
 
 #include "platform/Export.h"

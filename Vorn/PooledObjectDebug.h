@@ -51,7 +51,8 @@ public:
     LoggingTraitsBase(const LoggingTraitsBase&) = delete;
     LoggingTraitsBase& operator=(const LoggingTraitsBase&) = delete;
 
-    /// Appends the logger's line, behind a header that each process writes once.
+    /// Appends the logger's line, behind a header that each process writes once. Any thread; throws
+    /// `std::bad_alloc`.
     void dump();
 
     /// The arguments are the pool's own and are ignored. The hooks allocate nothing, take no lock

@@ -13,7 +13,8 @@
 
 namespace Vorn {
 
-/// One key of a namespace: its object, if one is registered, and its lock.
+/// One key of a namespace: its object, if one is registered, and its lock, which guards that. The
+/// names are copies; their checks by `Vorn::CRC` are compared first.
 struct VORN_EXPORT NamedObjectInfo {
     NamedObjectInfo(const char* type, const char* name, void* registered);
     NamedObjectInfo(const NamedObjectInfo&) = delete;

@@ -5,7 +5,8 @@
 
 /// Reaches the library inside an internally counted `Vorn::Ptr<iCriticalSection>`, built with
 /// `Ptr::adopt` over a 32-bit counter in the object that already counts that handle. The last
-/// handle deletes the object; the destructor must not throw.
+/// handle deletes the object; the destructor must not throw. Any thread may call `enter` and
+/// `tryEnter` at any time.
 class VORN_EXPORT iCriticalSection {
 public:
     virtual ~iCriticalSection() = default;
