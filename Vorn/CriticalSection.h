@@ -35,6 +35,7 @@ public:
     /// Stores a name for people to read; null for none. Not while another thread does the same.
     void setName(const char* name);
 
+    /// Throws what the platform throws, and is not entered then.
     void enter();
     /// Only the holding thread may call it.
     void leave();
@@ -64,7 +65,7 @@ public:
     String name;
 };
 
-/// Holds a `CriticalSection` for a scope. Not copyable.
+/// Holds a `CriticalSection`, which must outlive it, for a scope. Not copyable.
 class VORN_EXPORT EasyCrit {
 public:
     explicit EasyCrit(CriticalSection& guarded) : section(&guarded) { section->enter(); }

@@ -63,7 +63,9 @@ public:
     String(String&& other) noexcept : rep(std::exchange(other.rep, nullptr)) {}
     /// The first `n` bytes of `s`, or what there is of them.
     String(const String& s, unsigned n);
+    /// A copy of the bytes in view.
     String(const SubString& sub);
+    /// The decimal digits.
     String(int v);
     String(unsigned v);
     /// "%f": fixed notation with six digits after the point, under the current locale.
@@ -83,6 +85,7 @@ public:
     String& operator=(char c);
 
     unsigned size() const noexcept;
+    /// The text, never null. The address holds until the string is changed or destroyed.
     operator const char*() const noexcept;
     /// The address of byte `i` ≤ `size()`, unchecked; null without representation.
     const char* textAt(unsigned i) const noexcept;
@@ -132,6 +135,7 @@ public:
     /// count, and both stay in the fields. `out` is as before when memory runs out.
     unsigned split(char delim, Vector<String>& out, unsigned flags) const;
 
+    /// Append a text, or a number as the constructors write it.
     String& operator+=(const String& other);
     String& operator+=(const char* s);
     String& operator+=(char c);
