@@ -64,4 +64,4 @@ run_tests() {
 }
 
 build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev libcli11-dev dpkg-dev ca-certificates"
-test_packages="libgtest-dev libbenchmark-dev python3 binutils gdb"
+test_packages="libgtest-dev libbenchmark-dev python3 binutils gdb pkg-config"
