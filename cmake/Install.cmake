@@ -35,7 +35,7 @@ install(FILES cmake/VornConfig.cmake ${PROJECT_BINARY_DIR}/VornConfigVersion.cma
   DESTINATION ${VORN_CMAKE_DIR} COMPONENT Development)
 
 if(VORN_HAVE_LOKI AND NOT TARGET vorn_loki)
-  set(VORN_PC_LOKI " -lloki")
+  set(VORN_LINKS_LOKI " -lloki")
 endif()
 configure_file(cmake/vorn.pc.in vorn.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vorn.pc
