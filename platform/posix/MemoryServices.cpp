@@ -3,6 +3,7 @@
 #endif
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -17,12 +18,13 @@ namespace {
 // A host that loaded the C++ runtime before this library releases blocks here that come from the C
 // library, so each block has to tell whose it is. (Nothing helps the other way round: such a host
 // is to be linked with the library, or to use a platform that allocates from the C library.)
-// mimalloc recognises its own only in the lower part of the address space. Those over 1 GiB do not
-// lie there, nor do others after some terabytes of use: such a block goes back at once, and the C
-// library is asked instead.
+// mimalloc recognises its own only in the lower part of the address space, of which 16 TiB are
+// common to its versions. Blocks over 1 GiB do not lie there, nor do others after some terabytes of
+// use: such a block goes back at once, and the C library is asked instead.
 void* obtain(std::size_t bytes) {
+    constexpr std::uintptr_t recognised = std::uintptr_t{16} << 40;
     void* const block = mi_malloc(bytes);
-    if (!block || mi_is_in_heap_region(block)) return block;
+    if (reinterpret_cast<std::uintptr_t>(block) < recognised) return block;
     mi_free(block);
     return std::malloc(bytes);
 }
