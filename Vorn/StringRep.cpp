@@ -38,10 +38,30 @@ bool liesIn(const char* p, const char* block, std::size_t size) {
     return std::less_equal<>()(block, p) && std::less<>()(p, block + size);
 }
 
-// The next match in a zero-terminated text. An empty needle matches before every character.
-const char* findNext(const char* text, const char* needle) {
-    return *text ? std::strstr(text, needle) : nullptr;
-}
+// What is looked for in texts that end at `end`, their first zero byte. If empty it matches before
+// every character.
+struct Needle {
+    explicit Needle(const char* s) : text(s), size(std::strlen(s)) {}
+
+    const char* findIn(const char* start, const char* end) const {
+        if (start == end) return nullptr;
+        if (size != 1) return std::strstr(start, text);
+        const auto left = static_cast<std::size_t>(end - start);
+        return static_cast<const char*>(std::memchr(start, text[0], left));
+    }
+
+    std::size_t countIn(const char* start, const char* end) const {
+        if (size == 1) return static_cast<std::size_t>(std::count(start, end, text[0]));
+        std::size_t matches = 0;
+        for (const char* at = start; (at = findIn(at, end)); at += step()) ++matches;
+        return matches;
+    }
+
+    std::size_t step() const { return std::max<std::size_t>(size, 1); }
+
+    const char* text;
+    std::size_t size;
+};
 
 }  // namespace
 
@@ -146,31 +166,27 @@ void StringRep::remove(unsigned pos, unsigned n) {
 // One pass: growing builds the new text in a block of its own, shrinking compacts it in place.
 void StringRep::substitute(const char* from, const char* to) {
     if (length == 0) return;
-    if (!from) from = "";
     if (!to) to = "";
-    const std::size_t fromSize = std::strlen(from);
+    const Needle needle(from ? from : "");
     const std::size_t toSize = std::strlen(to);
-    const std::size_t step = std::max<std::size_t>(fromSize, 1);
-
-    std::size_t matches = 0;
-    for (const char* match = findNext(buffer, from); match; match = findNext(match + step, from))
-        ++matches;
+    const char* const end = buffer + std::strlen(buffer);
+    const std::size_t matches = needle.countIn(buffer, end);
     if (matches == 0) return;
-    const unsigned newLength = checkedLength(length - matches * fromSize + matches * toSize);
-    const unsigned size = toSize > fromSize ? sizeFor(newLength) : capacity;
-    const bool inPlace =
-        toSize <= fromSize && !liesIn(from, buffer, capacity) && !liesIn(to, buffer, capacity);
+    const unsigned newLength = checkedLength(length - matches * needle.size + matches * toSize);
+    const unsigned size = toSize > needle.size ? sizeFor(newLength) : capacity;
+    const bool inPlace = toSize <= needle.size && !liesIn(needle.text, buffer, capacity) &&
+                         !liesIn(to, buffer, capacity);
 
     char* const target = inPlace ? buffer : new char[size];
     char* out = target;
     const char* rest = buffer;
-    for (const char* match = findNext(buffer, from); match;) {
-        const char* const next = findNext(match + step, from);
+    for (const char* match = needle.findIn(buffer, end); match;) {
+        const char* const next = needle.findIn(match + needle.step(), end);
         const auto gap = static_cast<std::size_t>(match - rest);
         std::memmove(out, rest, gap);
         copyBytes(out + gap, to, toSize);
         out += gap + toSize;
-        rest = match + fromSize;
+        rest = match + needle.size;
         match = next;
     }
     std::memmove(out, rest, static_cast<std::size_t>(buffer + length + 1 - rest));
