@@ -189,11 +189,15 @@ bool FileWriter::openTemporary(mode_t mode) {
     if (nameAt == path.size()) return false;
     const UTF8String folderPath = nameAt > 0 ? path.substr(0, nameAt) : UTF8String(".");
     folder = openDescriptor(AT_FDCWD, folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    std::uint64_t random;
-    if (!folder || ::getentropy(&random, sizeof random) != 0) return false;
-    std::snprintf(temporary, sizeof temporary, ".vorn-%016llx",
-                  static_cast<unsigned long long>(random));
-    file = openDescriptor(folder.get(), temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (!folder) return false;
+    do {
+        std::uint64_t random;
+        if (::getentropy(&random, sizeof random) != 0) break;
+        std::snprintf(temporary, sizeof temporary, ".vorn-%016llx",
+                      static_cast<unsigned long long>(random));
+        file =
+            openDescriptor(folder.get(), temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    } while (!file && errno == EEXIST);
     if (!file) temporary[0] = '\0';
     return static_cast<bool>(file);
 }
