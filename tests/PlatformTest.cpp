@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
 #include <thread>
 
 #include "Vorn/Reclaimable.h"
@@ -14,7 +9,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace posix;
 
 TEST(PlatformText, Utf8IsDecodedStrictlyAndEveryCodePointComesBack) {
@@ -67,57 +61,6 @@ TEST(PlatformMemory, ReclaimAsksInOrderUntilSatisfied) {
     last.kept = 2;
     for (const std::size_t bytes : {20u, 0u, 20u})
         EXPECT_EQ(memoryServices->reclaim(bytes), bytes > 0 ? 18 : 0);
-}
-
-Vorn::Ptr<iFile> open(const std::string& path, bool writing) {
-    const WString name(path.begin(), path.end());
-    return fileServices->openFile(name, writing, writing ? 3 : 0, !writing, 0);
-}
-
-bool save(const std::string& path, const std::string& text) {
-    const auto file = open(path, true);
-    return file && file->write(text.data(), static_cast<unsigned>(text.size())) == text.size();
-}
-
-std::string load(const std::string& path) {
-    const auto file = open(path, false);
-    std::string text(file ? file->size() : 0, '\0');
-    return text.substr(0, file ? file->read(text.data(), static_cast<unsigned>(text.size())) : 0);
-}
-
-// What saving does to `path`; its mode and a link that leads to it have to stay.
-std::string outcome(const std::string& path) {
-    struct stat old = {}, now = {};
-    const bool link = fs::is_symlink(path), known = ::stat(path.c_str(), &old) == 0;
-    if (!save(path, path)) return "refused";
-    if (::stat(path.c_str(), &now) != 0 || load(path) != path) return "broken";
-    if ((known && now.st_mode != old.st_mode) || fs::is_symlink(path) != link) return "changed";
-    return now.st_ino == old.st_ino ? "in place" : "replaced";
-}
-
-// No temporary file is left at the end.
-TEST(PlatformFiles, WritingReplacesTheFileOrWritesInPlaceOrIsRefused) {
-    std::string folder = fs::temp_directory_path() / "vorn-platform-XXXXXX";
-    fs::current_path(::mkdtemp(folder.data()));
-    EXPECT_EQ(0, std::system(R"(mkdir sub; mkfifo pipe; seq 99 > twin; ln twin sub/twin
-        seq 99 > file; chmod 751 file; ln -s file link; ln -s $PWD/link sub/chain
-        ln -s ../new sub/dangling; ln -s loop loop)"));
-    for (const char* path : {"link", "sub/chain", "sub/dangling", "new", "file"})
-        EXPECT_EQ(outcome(path), "replaced") << path;
-    for (const char* path : {"", "loop", "pipe", "sub", "missing/x", "file/x"})
-        EXPECT_TRUE(outcome(path) == "refused" && !open(path, false)) << path;
-    EXPECT_EQ(outcome("twin"), "in place");
-    const auto fail = [limit = rlimit{50, 50}] {
-        ::signal(SIGXFSZ, SIG_IGN);
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        std::exit(save("file", std::string(200000, 'x')) || !save("file", std::string(99, 'x')));
-    };
-    EXPECT_EXIT(fail(), testing::ExitedWithCode(0), "");
-    for (auto file = open("file", true); file; file = {})
-        EXPECT_TRUE(file->write("text", 4) == 4 && load("file") == "file");
-    EXPECT_EQ(load("file"), "text");
-    EXPECT_EQ(0, std::system("! ls -A | grep '^[.]' && rm -r \"$PWD\""));
-    fs::current_path("/");
 }
 
 }  // namespace
