@@ -1,50 +1,76 @@
-// What loading and saving a configuration file cost, by its size.
+// What configuration files cost: loading by size, saving and looking settings up.
 
 #include <benchmark/benchmark.h>
 
-#include <filesystem>
-#include <fstream>
-#include <string>
+#include <unistd.h>
 
-#include "Vorn/VornIniFile.h"
-#include "Vorn/WStringUtils.h"
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "benchmarks/IniParsers.h"
 
 namespace {
 
-// A file of about `size` bytes: sections of twenty settings and a comment.
-class SampleFile {
-public:
-    explicit SampleFile(std::int64_t size)
-        : path(std::filesystem::temp_directory_path() / "vorn-benchmark.ini") {
-        std::ofstream out(path, std::ios::binary);
-        for (int section = 0; out.tellp() < size; ++section) {
-            out << "[Section " << section << "]\r\n; what it is for\r\n";
-            for (int i = 0; i < 20; ++i) out << "Setting " << i << " = value of it\r\n";
-        }
-    }
-    ~SampleFile() { std::filesystem::remove(path); }
-    SampleFile(const SampleFile&) = delete;
-    SampleFile& operator=(const SampleFile&) = delete;
+// In memory, where there is no disk to wait for.
+struct TemporaryFile {
+    explicit TemporaryFile(std::size_t size = 0) { std::ofstream(path) << sampleText(size); }
+    ~TemporaryFile() { std::filesystem::remove(path); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    WString name() const { return Vorn::WStringFromUTF8(path.c_str()); }
-
-private:
-    const std::filesystem::path path;
+    static inline int count = 0;
+    const std::string path =
+        "/dev/shm/benchmark-" + std::to_string(getpid()) + '-' + std::to_string(++count);
 };
 
-void loadAndDrop(benchmark::State& state) {
-    const SampleFile file(state.range(0));
-    for (auto _ : state) VornIniFile ini(file.name(), true, false);
-    state.SetBytesProcessed(state.iterations() * state.range(0));
+template <class Parser>
+void load(benchmark::State& state) {
+    const TemporaryFile file(static_cast<std::size_t>(state.range(0)));
+    for (auto _ : state) const Parser parser(file.path.c_str());
 }
-BENCHMARK(loadAndDrop)->RangeMultiplier(100)->Range(1000, 10'000'000);
 
-void save(benchmark::State& state) {
-    const SampleFile file(state.range(0));
-    VornIniFile ini(file.name(), true, false);
-    for (auto _ : state) ini.save(file.name());
-    state.SetBytesProcessed(state.iterations() * state.range(0));
+template <class Parser>
+Parser& tenMegabytes() {
+    static Parser parser(TemporaryFile(10'000'000).path.c_str());
+    return parser;
 }
-BENCHMARK(save)->RangeMultiplier(100)->Range(1000, 10'000'000);
+
+template <class Parser>
+void save(benchmark::State& state) {
+    Parser& parser = tenMegabytes<Parser>();
+    const TemporaryFile target;
+    for (auto _ : state) parser.save(target.path.c_str());
+}
+
+// Settings all over the file.
+template <class Parser>
+void find(benchmark::State& state) {
+    const Parser& parser = tenMegabytes<Parser>();
+    static const char* const names[] = {"Width", "DelayInMs", "Enabled", "Timecode"};
+    std::mt19937 random;
+    std::vector<typename Parser::Key> keys;
+    for (int n = 0; n < 1000; ++n) {
+        const std::string section = "Input " + std::to_string(random() % 10'000);
+        keys.emplace_back(section.c_str(), names[random() % 4]);
+        require(parser.find(keys.back()));
+    }
+    std::size_t next = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(parser.find(keys[next++ % keys.size()]));
+}
+
+template <class Parser>
+bool use(const std::string& name) {
+    if (name != "Qt")  // It would load a file once and keep it.
+        benchmark::RegisterBenchmark(("iniLoad<" + name + ">").c_str(), load<Parser>)
+            ->RangeMultiplier(10)
+            ->Range(1000, name == "Ours" ? 10'000'000 : 100'000);
+    if constexpr (requires(Parser parser) { parser.save(""); })
+        benchmark::RegisterBenchmark(("iniSave<" + name + ">").c_str(), save<Parser>);
+    if constexpr (requires { typename Parser::Key; })
+        benchmark::RegisterBenchmark(("iniFind<" + name + ">").c_str(), find<Parser>);
+    return true;
+}
 
 }  // namespace
