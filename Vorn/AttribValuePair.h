@@ -48,6 +48,8 @@ public:
     bool operator==(const AttribValuePair& other) const;
 
     State getState() const { return state; }
+    /// Stale in `kFieldsOnly`.
+    const String& getLine() const { return line; }
     const String& getAttrib() const { return attrib; }
     const String& getValue() const { return value; }
     /// Change one part and leave `kFieldsOnly`.

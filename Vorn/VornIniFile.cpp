@@ -97,7 +97,7 @@ void emitEntries(const VornIniFile::Entries& entries, Emit emit) {
         if (entry.getState() == AttribValuePair::kFieldsOnly)
             emit({bytes(entry.getAttrib()), "=", bytes(entry.getValue()), "\r\n"});
         else
-            emit({bytes(entry.asString('=')), "\r\n"});
+            emit({bytes(entry.getLine()), "\r\n"});
     }
 }
 
