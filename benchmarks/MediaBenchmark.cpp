@@ -46,29 +46,23 @@ constexpr unsigned fcc(const char* code) {
     return value;
 }
 
-#define PLAYOUT_CODES(X)                                                                          \
-    X("dvc ", "dvsd")                                                                             \
-    X("dvcp", "dvsd")                                                                             \
-    X("CDVC", "dvsd")                                                                             \
-    X("dvpn", "dv25")                                                                             \
-    X("dvpp", "dv25")                                                                             \
-    X("dv5n", "dv50")                                                                             \
-    X("dv5p", "dv50")                                                                             \
-    X("dvh5", "dvh1")                                                                             \
-    X("dvh6", "dvh1") X("dvhp", "dvh1") X("dvhq", "dvh1") X("mx3n", "GIMX") X("mx4n", "GIMX") X(  \
-        "mx5n", "GIMX") X("mx3p", "GIMX") X("mx4p", "GIMX") X("mx5p", "GIMX") X("hdv3", "M701")   \
-        X("hdv5", "M701") X("hdv7", "M701") X("hdva", "M701") X("xdv3", "M701") X("xdv5", "M701") \
-            X("xdva", "M701") X("xdvc", "M701") X("xdve", "M701") X("xd5a", "M701")               \
-                X("xd5c", "M701") X("xd5e", "M701") X("mpeg", "MMES") X("ai55", "avc5")           \
-                    X("ai5q", "avc5") X("avca", "avc5") X("avcb", "avc5") X("ai12", "avc6")       \
-                        X("ai15", "avc6") X("ai1q", "avc6") X("avcc", "avc6") X("avcd", "avc6")   \
-                            X("mjpa", "MJPG") X("2vuy", "UYVY") X("yuv2", "YUY2")                 \
-                                X("\xD5\4\0\0", "AVdn") X("\xD6\4\0\0", "AVdn")                   \
-                                    X("\xDA\4\0\0", "AVdn") X("\xDB\4\0\0", "AVdn")               \
-                                        X("\xDC\4\0\0", "AVdn") X("\xE3\4\0\0", "AVdn")           \
-                                            X("\xE4\4\0\0", "AVdn") X("\xE5\4\0\0", "AVdn")       \
-                                                X("\xD3\4\0\0", "AVdx") X("\xD9\4\0\0", "AVdx")   \
-                                                    X("\xE2\4\0\0", "AVdx")
+// clang-format off
+#define PLAYOUT_CODES(X) \
+    X("dvc ", "dvsd") X("dvcp", "dvsd") X("CDVC", "dvsd") X("dvpn", "dv25") \
+    X("dvpp", "dv25") X("dv5n", "dv50") X("dv5p", "dv50") X("dvh5", "dvh1") \
+    X("dvh6", "dvh1") X("dvhp", "dvh1") X("dvhq", "dvh1") X("mx3n", "GIMX") \
+    X("mx4n", "GIMX") X("mx5n", "GIMX") X("mx3p", "GIMX") X("mx4p", "GIMX") \
+    X("mx5p", "GIMX") X("hdv3", "M701") X("hdv5", "M701") X("hdv7", "M701") \
+    X("hdva", "M701") X("xdv3", "M701") X("xdv5", "M701") X("xdva", "M701") \
+    X("xdvc", "M701") X("xdve", "M701") X("xd5a", "M701") X("xd5c", "M701") \
+    X("xd5e", "M701") X("mpeg", "MMES") X("ai55", "avc5") X("ai5q", "avc5") \
+    X("avca", "avc5") X("avcb", "avc5") X("ai12", "avc6") X("ai15", "avc6") \
+    X("ai1q", "avc6") X("avcc", "avc6") X("avcd", "avc6") X("mjpa", "MJPG") \
+    X("2vuy", "UYVY") X("yuv2", "YUY2") X("\xD5\4\0\0", "AVdn") X("\xD6\4\0\0", "AVdn") \
+    X("\xDA\4\0\0", "AVdn") X("\xDB\4\0\0", "AVdn") X("\xDC\4\0\0", "AVdn") \
+    X("\xE3\4\0\0", "AVdn") X("\xE4\4\0\0", "AVdn") X("\xE5\4\0\0", "AVdn") \
+    X("\xD3\4\0\0", "AVdx") X("\xD9\4\0\0", "AVdx") X("\xE2\4\0\0", "AVdx")
+// clang-format on
 
 // NOLINTBEGIN(bugprone-branch-clone): one case a code.
 unsigned plainSwitch(unsigned code) {
