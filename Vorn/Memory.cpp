@@ -103,6 +103,7 @@ VORN_EXPORT void* operator new[](std::size_t size, std::align_val_t alignment) {
 VORN_EXPORT void* operator new(std::size_t size, std::align_val_t alignment,
                                const std::nothrow_t&) noexcept {
     const std::size_t used = usedAlignment(alignment);
+    // cppcheck-suppress throwInNoexceptFunction; caught there.
     return nullOnFailure([=] { return alignInside(allocate(paddedSize(size, used)), used); });
 }
 

@@ -101,6 +101,7 @@ public:
         old.decRef();  // The count that this handle held; the destructor gives up the copy's own.
         return *this;
     }
+    // cppcheck-suppress operatorEqVarError; the swap assigns both.
     Ptr& operator=(Ptr&& other) noexcept {
         Ptr taken(std::move(other));
         std::swap(counter, taken.counter);

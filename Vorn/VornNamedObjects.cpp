@@ -61,8 +61,9 @@ private:
 
 NamedObjectInfo::NamedObjectInfo(const char* type, const char* name, void* registered)
     : typeNameCrc(check(type)), objectNameCrc(check(name)), object(registered) {
-    objectName = name;
-    typeName = type;
+    // The object's name first.
+    objectName = name;  // cppcheck-suppress useInitializationList
+    typeName = type;    // cppcheck-suppress useInitializationList
 }
 
 NamedObjectsNamespace* NamedObjectsNamespace::getGlobalNamespaceInstance() {

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string>
 #include <thread>
 
 #include "Vorn/Reclaimable.h"
@@ -48,6 +49,17 @@ TEST(PlatformMemory, EveryBlockIsReleasedWhereItBelongs) {
 }
 
 // Gives back all but what it keeps, and needs the services to do so.
+TEST(PlatformFiles, HandlesWorkOneWay) {
+    const std::string name = testing::TempDir() + "one_way";
+    const WString path(name.begin(), name.end());
+    EXPECT_FALSE(fileServices->openFile(path, 1, 1, 0, 0));
+    char byte;
+    const auto writer = fileServices->openFile(path, 1, 3, 0, 0);
+    EXPECT_TRUE(writer->write("ab", 2) == 2 && writer->size() == 2 && writer->read(&byte, 1) == 0);
+    const auto reader = fileServices->openFile(L"/proc/self/exe", 0, 0, 1, 0);
+    EXPECT_TRUE(reader->size() > 1 && reader->write("a", 1) == 0 && reader->read(&byte, 1) == 1);
+}
+
 struct Cache final : Reclaimable {
     std::size_t reclaimableBytes() override { return 0; }
     std::size_t reclaim(std::size_t bytes) override { return bytes - Cache(*this).kept; }

@@ -118,6 +118,7 @@ UTF8String followLinks(UTF8String path) {
 // the first byte.
 class FileWriter final : public Counted<iFile> {
 public:
+    // cppcheck-suppress uninitMemberVar; the buffer is filled as it is used.
     explicit FileWriter(const UTF8String& target) : path(target) {}
     ~FileWriter() override {
         if (file) finish();
