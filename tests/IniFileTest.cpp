@@ -5,14 +5,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <random>
-#include <sstream>
 
 #include "Vorn/Exception.h"
 #include "Vorn/StringManip.h"
 #include "Vorn/VornIniFile.h"
 #include "Vorn/WStringUtils.h"
+#include "tests/support/IniModel.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
@@ -68,29 +67,10 @@ TEST(AttribValuePair, EverythingGoesByTheState) {
     }
 }
 
-// What a file becomes when it is loaded and saved: its format, told once more.
 std::string resaved(const std::string& file, bool cased) {
-    std::map<std::string, std::string> sections;
-    std::string controls = "\x7F", header, key, line, result;
-    for (char c = 0; c < ' '; ++c) controls += c;
-    std::istringstream in(file);
-    for (bool first = true; std::getline(in, line); first = false) {
-        line.erase(0, first ? 0 : line.find_first_not_of(controls));
-        line.erase(line.find_last_not_of(controls) + 1);
-        line.erase(line.find_last_not_of(' ') + 1).erase(0, line.find_first_not_of(' '));
-        if (line.size() > 1 && line[0] == '[' && line.back() == ']') {
-            header = line + "\r\n";
-            key = line.substr(0, line.size() - 1).c_str();  // Ends at a zero byte.
-            for (char& c : key) c = static_cast<char>(!cased && c >= 'A' && c <= 'Z' ? c + 32 : c);
-        } else if (!line.empty()) {
-            sections[key] += (sections[key].empty() ? header : "") + line + "\r\n";
-        }
-    }
-    for (bool apart = false; const auto& [name, text] : sections) {
-        result += (apart ? "\r\n" : "") + text;
-        apart = name.empty() || text.compare(text.find_first_not_of(' ', 1), 3, "]\r\n") != 0;
-    }
-    return result;
+    test::IniModel model{cased};
+    model.load(file, '\n');
+    return model.save();
 }
 
 class IniFile : public testing::Test {

@@ -2,17 +2,19 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <functional>
-#include <memory>
 #include <random>
 #include <tuple>
 
 #include "Vorn/StringRep.h"
 #include "Vorn/SubString.h"
+#include "Vorn/Vector.h"
+#include "tests/support/StringModel.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
+
+using test::bytesOf;
 
 constexpr unsigned kNone = 0xFFFFFFFF;
 
@@ -22,11 +24,6 @@ StringRep* repOf(const String& s) {
 
 std::size_t roomOf(const String& s) {
     return repOf(s) ? repOf(s)->capacity : 0;
-}
-
-std::string bytesOf(const String& s) {
-    EXPECT_EQ(static_cast<const char*>(s)[s.size()], '\0');
-    return std::string(s, s.size());
 }
 
 // Each as "text/5", with the capacity.
@@ -89,32 +86,32 @@ TEST(String, ConstructionSizesTheText) {
         "3000000000/11 1.500000/9 \xC3\xA9/3 ");
 }
 
-TEST(String, ComparesByTheRulesForBlanksAndMissingTexts) {
-    const char* const texts[] = {nullptr, "", " ", "   ", "\t", "a", "a ", "B", "\xE9"};
-    const auto blank = [](const char* t) { return !t || !t[std::strspn(t, " ")]; };
-    for (const char* p : texts)
-        for (const char* q : texts) {
-            const String a(p), b(q);
-            const int order = p && q ? std::strcmp(p, q) : !!p - !!q;
-            EXPECT_EQ(a.compare(b) <=> 0, order <=> 0);
-            EXPECT_EQ(a == b, blank(p) ? blank(q) : q && order == 0);
-            EXPECT_EQ(a == q, q ? std::strcmp(a, q) == 0 : blank(p));
-            EXPECT_EQ(a < b, p && q && order < 0);
-            EXPECT_EQ(a <= q, p && q && order <= 0);
-            EXPECT_EQ(a <= b, p && q ? order <= 0 : p == q);
-        }
+TEST(String, ReadsFollowTheModel) {
+    const char* const texts[] = {nullptr, "",   " ",    "   ",    "\t", "a",
+                                 "a ",    "aB", "\xE9", "aB,,aB", "Ab", ",,"};
+    for (const char* text : texts)
+        for (const char* other : texts)
+            for (const char* word : texts)
+                for (unsigned n = 0; n < 40; ++n)
+                    ASSERT_EQ(
+                        test::wrongReads(text, other, word ? word : "", ",aB\0"[n % 4], n / 4), 0)
+                        << String(text) << '|' << String(other) << '|' << String(word) << ' ' << n;
 }
 
-TEST(String, FindsAndTests) {
-    const String none, s("aB,,aB");
-    EXPECT_TRUE(s.startsWith("AB", false) && s.endsWith(",AB", false) && none.endsWith("", true));
-    EXPECT_FALSE(s.startsWith("AB", true) || s.endsWith("AB", true) || none.endsWith("x", true));
-    EXPECT_TRUE(s.index("aB", 1) == 4 && s.rindex(',') == 3 && s.nthIndex(2, ',') == 3);
-    EXPECT_EQ(s.index("", 6) & s.rindex('x') & s.nthIndex(3, ',') & s.nthIndex(1, 0), kNone);
-    unsigned start, end;
-    EXPECT_TRUE(s.tokSpan(',', 0, start, end) && start == 0 && end == 2);
-    EXPECT_TRUE(s.tokSpan(',', 2, start, end) && start == 4 && end == 6);
-    EXPECT_FALSE(s.tokSpan(',', 3, start, end) || none.tokSpan(',', 0, start, end));
+TEST(String, SplitsAsTheModel) {
+    std::mt19937 random(1);
+    for (int step = 0; step < 20000; ++step) {
+        std::string text(random() % 7, 'a');
+        for (char& c : text) c = "a,\"\\"[random() % 4];
+        const unsigned flags = random() % 4;
+        const char delim = ",\"\\"[random() % 3];
+        Vector<String> fields;
+        fields.add(text.c_str());
+        ASSERT_EQ(fields[0].split(delim, fields, flags), fields.size());
+        auto expected = test::fieldsOf(text, delim, flags, true);
+        expected.insert(expected.begin(), text);
+        ASSERT_TRUE(std::ranges::equal(fields, expected, {}, bytesOf)) << text;
+    }
 }
 
 TEST(String, EditsGiveTheKnownResults) {
@@ -166,10 +163,7 @@ TEST(StringRep, LengthsStayBelow2GiB) {
 }
 
 TEST(StringRep, UnshareLeavesTheOthersTheirText) {
-    StringRep rep("a\0b", 3);
-    rep.refCount = 2;
-    const std::unique_ptr<StringRep> copy(rep.unshare());
-    EXPECT_TRUE(copy->capacity == 2 && copy->refCount == 1 && rep.refCount == 1);
+    EXPECT_EQ(test::wrongRep(std::string("a\0b", 3), 'x') + test::wrongRep("", '\0'), 0);
 }
 
 TEST(SubString, ViewsAreClippedAndKeepTheirText) {

@@ -6,6 +6,7 @@
 #include "Vorn/String.h"
 #include "Vorn/WStringUtils.h"
 #include "tests/support/TestPlatform.h"
+#include "tests/support/WStringModel.h"
 
 namespace {
 
@@ -37,50 +38,14 @@ TEST(WString, Numbers) {
     EXPECT_EQ(WStringFromFloat(-1e300, 3, false).size(), 255u);
 }
 
-TEST(WString, TestsAndEdits) {
-    EXPECT_TRUE(startsWith(L"abc", L"AB", false) && endsWith(L"abc", L"BC", false));
-    EXPECT_FALSE(startsWith(L"abc", L"AB", true) || endsWith(L"abc", L"BC", true) ||
-                 startsWith(L"", L"", true) || endsWith(L"", L"", true));
-    WString s(L"xaBx"), blank(L"xx");
-    EXPECT_EQ(stripTrailingChars(stripLeadingChars(s, L'x'), L'x'), L"aB");
-    EXPECT_EQ(stripLeadingChars(stripTrailingChars(blank, L'x'), L'x'), L"xx");
-    EXPECT_EQ(substitute(L"Aaaa", L"aa", L"x") + substitute(L"ab", L"", L"-"), L"Axa-a-b-");
-    EXPECT_EQ(substituteCaseInsensitive(L"bAaAbaA", L"aA", L"xyz"), L"bAxyzbxyz");
-    EXPECT_EQ(splitFilename(L"/x/y:a") + splitFilename(L"b//") + splitFilename(L"//"), L"y:ab");
-}
-
-// The fields, each with a line end.
-std::string fieldsOf(const std::string& text, char delim, unsigned flags, bool escapes) {
-    std::string all(text.empty(), '\n');
-    bool quoted = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != delim || (quoted && (flags & SplitQuoted) && delim != '"'))
-            all += text[i];
-        else if (!(flags & SplitNoEmpties) || !(all.empty() || all.ends_with('\n')))
-            all += '\n';
-        if (text[i] == '"' && !(escapes && i > 0 && text[i - 1] == '\\')) quoted = !quoted;
-    }
-    return all.empty() || all.ends_with('\n') ? all : all + '\n';
-}
-
-TEST(Split, BothWidthsFollowTheModel) {
+TEST(WString, AnswersFollowTheModel) {
     std::mt19937 random(1);
     for (int step = 0; step < 20000; ++step) {
-        std::string text(random() % 7, 'a');
-        for (char& c : text) c = "a,\"\\"[random() % 4];
-        const unsigned flags = random() % 4;
-        const char delim = ",\"\\"[random() % 3];
-        Vector<String> fields;
-        Vector<WString> wideFields;
-        fields.add(text.c_str());
-        wideFields.add(WString(text.begin(), text.end()));
-        const unsigned count = fields[0].split(delim, fields, flags);
-        const unsigned wideCount = split(wideFields[0], delim, wideFields, flags);
-        ASSERT_TRUE(count == fields.size() && wideCount == wideFields.size());
-        String all, wideAll(pack(wideFields, L'\n').c_str());
-        for (const String& field : fields) all = all + field + "\n";
-        ASSERT_EQ(std::string(all), text + '\n' + fieldsOf(text, delim, flags, true));
-        ASSERT_EQ(std::string(wideAll + "\n"), text + '\n' + fieldsOf(text, delim, flags, false));
+        WString texts[3];
+        for (WString& text : texts)
+            for (auto n = random() % 7; n > 0; --n) text += L"aAbB,/\"\\\xE9"[random() % 9];
+        const wchar_t c = L"aA,\"\\/"[random() % 6];
+        ASSERT_EQ(test::wrongAnswers(texts[0], texts[1], texts[2], c, random() % 4), 0) << step;
     }
 }
 
