@@ -24,7 +24,7 @@ void edit(FuzzInput& in, VornIniFile::Entries& entries, std::vector<Entry>& expe
         entries.emplace_back(line, '='), expected.emplace_back(a + v);
     AttribValuePair& pair = entries[x];
     Entry& entry = expected[x];
-    const bool cased = in.ConsumeBool(), parts = pair.getState() != AttribValuePair::kLineOnly;
+    const bool cased = in.flag(), parts = pair.getState() != AttribValuePair::kLineOnly;
     assert(pair.valid() == (parts && !entry.attrib.empty() && !entry.value.empty()));
     assert(pair.asWString('=').size() == std::string(entry.line.c_str()).size());
     assert(pair == AttribValuePair(pair) && pair.getAttrib() == toString(entry.attrib));
@@ -52,10 +52,10 @@ void edit(FuzzInput& in, VornIniFile::Entries& entries, std::vector<Entry>& expe
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput in(data, size);
     test::MemoryFiles files;
-    const bool cased = in.ConsumeBool();
+    const bool cased = in.flag();
     VornIniFile ini(cased);
     test::IniModel model{cased}, again{cased};
-    while (in.remaining_bytes() > 0) {
+    while (!in.empty()) {
         auto chosen = model.sections.begin();
         std::advance(chosen, in.pick(model.sections.size() + 1));
         const std::string text = in.text(200), name = text.substr(0, 8);

@@ -11,12 +11,30 @@ namespace {
 
 using namespace test;
 
+template <class Rep, class Handle>
+const Rep* repOf(const Handle& handle) {
+    return *reinterpret_cast<Rep* const*>(&handle);
+}
+
 bool isShared(const String& s) {
-    const StringRep* const rep = *reinterpret_cast<StringRep* const*>(&s);
+    const auto* const rep = repOf<StringRep>(s);
     return rep && rep->refCount > 1;
 }
 
 struct Strings {
+    // How many hold what `s` holds.
+    long holders(const String& s) const {
+        const auto* const rep = repOf<StringRep>(s);
+        long count = std::ranges::count(strings, rep, repOf<StringRep, String>);
+        const SubStringRep* known = nullptr;  // Views may share their range.
+        for (const SubString& view : views) {
+            const auto* const range = repOf<SubStringRep>(view);
+            count += range && range != known && repOf<StringRep>(range->string) == rep;
+            known = range;
+        }
+        return count;
+    }
+
     String strings[4];
     std::string models[4];
     SubString views[2] = {SubString(String()), SubString(String())};
@@ -31,11 +49,11 @@ void edit(Strings& all, FuzzInput& in) {
     SubString& view = all.views[v];
     if (s.size() > 200) s = String(), m = "";
     const unsigned offset = in.pick(source.size() + 1), n = in.pick(source.size() - offset + 1);
-    const unsigned at = in.pick(s.size() + 4), count = in.ConsumeBool() ? n : 0 - n;
+    const unsigned at = in.pick(s.size() + 4), count = in.flag() ? n : 0 - n;
     const char *const src = source.textAt(0), *const text = source.textAt(offset);
     const std::string given = all.models[k], taken = given.substr(offset, n), word = &given[offset];
     const std::string old = p, cut = old.c_str(), own = isShared(s) ? m.c_str() : m;
-    const char c = n > 0 ? taken[0] : in.ConsumeIntegral<char>(), d = o.size() > n ? old[n] : '\0';
+    const char c = n > 0 ? taken[0] : in.number<char>(), d = o.size() > n ? old[n] : '\0';
     std::string wide = own, written;
     wide.resize(std::max<std::size_t>(at, own.size()), ' '), (written = wide).replace(at, 1, 1, d);
     const std::size_t head = m.find_first_not_of(' ') + 1, tail = m.find_last_not_of(' ') + 1;
@@ -55,9 +73,8 @@ void edit(Strings& all, FuzzInput& in) {
         [&] { s += text, m = text ? own + word : m; }, [&] { s += c, m = own + c; },
         [&] { s = o + source, m = src ? cut + given : old; },
         [&] { s = o + text, m = text ? cut + word : old; },
-        [&] { s = (text ? text : "") + o, m = word + old; },
-        [&] { add(in.ConsumeIntegral<int>()); }, [&] { add(in.ConsumeIntegral<unsigned>()); },
-        [&] { add(in.ConsumeFloatingPoint<double>()); },
+        [&] { s = (text ? text : "") + o, m = word + old; }, [&] { add(in.number<int>()); },
+        [&] { add(in.number<unsigned>()); }, [&] { add(in.real()); },
         [&] { s.insert(src, n, offset, at), m = wide.insert(at, taken); },
         [&] { s.replace(src, n, offset, at), m = wide.replace(at, n, taken); },
         [&] { s.replaceAll(text, n), m = taken; },
@@ -98,12 +115,14 @@ void edit(Strings& all, FuzzInput& in) {
     const bool equal = std::string(all.seen[0].c_str()) == all.seen[1].c_str();
     assert((all.views[0] == all.views[1]) == (equal && all.seen[0].size() == all.seen[1].size()));
     assert(wrongReads(s, o, word, c, at) == 0);
+    for (const String& each : all.strings)
+        assert(!repOf<StringRep>(each) || repOf<StringRep>(each)->refCount == all.holders(each));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput in(data, size);
-    for (Strings strings; in.remaining_bytes() > 0;) edit(strings, in);
+    for (Strings strings; !in.empty();) edit(strings, in);
     return 0;
 }

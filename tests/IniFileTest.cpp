@@ -94,17 +94,6 @@ protected:
     test::MemoryFiles files;
 };
 
-TEST_F(IniFile, RandomFilesAreSavedAsTheFormatSays) {
-    const std::string tokens[] = {"\n[", "]\n", "[",  "]", "=", " ", ";", "\t",       "\0"s,
-                                  "\n",  "\n",  "\r", "A", "a", "Z", "z", "\xC3\xA9", "\x7F"};
-    std::mt19937 random(20);
-    for (int round = 0; round < 5000 && !HasFailure(); ++round) {
-        std::string file;
-        for (auto n = random() % 40; n > 0; --n) file += tokens[random() % std::size(tokens)];
-        for (const bool cased : {false, true}) checked(checked(file, cased), cased);
-    }
-}
-
 TEST_F(IniFile, FilesKeepEveryEntry) {
     const fs::path data = VORN_TEST_DATA;
     EXPECT_EQ(checked(contentOf(data / "forms.ini"), false), contentOf(data / "forms.folded.ini"));

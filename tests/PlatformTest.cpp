@@ -12,17 +12,6 @@ namespace {
 
 using namespace posix;
 
-TEST(PlatformText, Utf8IsDecodedStrictlyAndEveryCodePointComesBack) {
-    const char* const ill = "\x80(\xC0\xAF(\xED\xA0\x80(\xE2\x82(\xF0\x9F\x98(\xC3\xC3\xA9\xF0";
-    EXPECT_EQ(textServices->wideFromUtf8(ill),
-              L"\xFFFD(\xFFFD\xFFFD(\xFFFD\xFFFD\xFFFD(\xFFFD(\xFFFD(\xFFFD\xE9\xFFFD");
-    WString all;
-    for (wchar_t c = 1; c < 0x110000; c += c == 0xD7FF ? 0x801 : 1) all += c;
-    const UTF8String utf8 = textServices->utf8FromWide(all + L'\xD800' + L'\x110000');
-    EXPECT_EQ(utf8.size(), 0x7Fu + 2 * 0x780u + 3 * (0xF802u - 0x800u) + 4 * 0x100000u);
-    EXPECT_TRUE(textServices->wideFromUtf8(utf8.c_str()) == all + L"\xFFFD\xFFFD");
-}
-
 TEST(PlatformThreads, ContendersCountAtomicallyAndTakeTurns) {
     const auto lock = threadServices->createCriticalSection(0);
     std::int32_t entries = 0, count = 2;

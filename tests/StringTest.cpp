@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bit>
-#include <functional>
-#include <random>
-#include <tuple>
+#include <utility>
 
 #include "Vorn/StringRep.h"
 #include "Vorn/SubString.h"
@@ -31,50 +27,6 @@ std::string show(const std::same_as<String> auto&... s) {
     return ((bytesOf(s) + '/' + (repOf(s) ? std::to_string(roomOf(s)) : "-") + ' ') + ...);
 }
 
-// Each step edits one string with bytes that may lie in itself or in one that shares its text.
-TEST(String, EditsFollowTheModel) {
-    std::mt19937 random(1);
-    const auto pick = [&](std::size_t n) { return static_cast<unsigned>(random() % n); };
-    String strings[4], fresh;
-    std::string models[4];
-    for (int step = 0; step < 40000; ++step) {
-        const unsigned i = pick(4), j = pick(4);
-        String &s = strings[i], &o = strings[j];
-        std::string &m = models[i], &p = models[j];
-        for (fresh = String(); pick(6) > 0;) fresh += "ab B\0\xE9"[pick(6)];
-        const String& source = pick(3) > 0 ? strings[pick(4)] : fresh;
-        const unsigned offset = pick(source.size() + 1), n = pick(source.size() - offset + 1);
-        const unsigned at = pick(s.size() + 4), count = pick(2) > 0 ? n : kNone - n;
-        const char *const src = source.textAt(0), *const text = source.textAt(offset);
-        const std::string taken(text ? text : "", n), word(text ? text : "");
-        const bool none = !repOf(s), shared = s.textAt(0) && repOf(s)->refCount > 1;
-        const std::string own = shared ? m.c_str() : m;
-        const std::size_t in = std::min<std::size_t>(at, own.size());
-        const std::string wide = own + std::string(at - in, ' ');
-        const std::size_t old = roomOf(s), kept = shared ? own.size() + 1 : old;
-        const std::tuple<std::function<void()>, std::string, std::size_t> rows[] = {
-            {[&] { s = String(text, n); }, taken, n > 0 ? n + 1 : 0},
-            {[&] { s = o; }, p, roomOf(o)},
-            {[&] { s += o; }, o.textAt(0) ? own + p : m, o.textAt(0) ? 0 : old},
-            {[&] { s += text; }, text ? own + word : m, text ? 0 : old},
-            {[&] { s += 'c'; }, own + 'c', 0},
-            {[&] { s.insert(src, n, offset, at); }, std::string(wide).insert(at, taken), 0},
-            {[&] { s.replace(src, n, offset, at); }, std::string(wide).replace(at, n, taken), kept},
-            {[&] { s.replaceAll(text, n); }, taken, kept},
-            {[&] { s.remove(at, count); }, std::string(own).erase(in, count), kept},
-        };
-        const auto& [edit, result, capacity] = rows[s.size() > 200 ? 0 : pick(std::size(rows))];
-        edit(), m = result;
-        ASSERT_TRUE(none || roomOf(s) == capacity || roomOf(s) == std::bit_ceil(m.size() + 1))
-            << step;
-        for (int k = 0; k < 4; ++k) {
-            const StringRep* const rep = repOf(strings[k]);
-            ASSERT_EQ(bytesOf(strings[k]), models[k]) << step;
-            ASSERT_TRUE(!rep || rep->refCount == std::ranges::count(strings, rep, repOf)) << step;
-        }
-    }
-}
-
 TEST(String, ConstructionSizesTheText) {
     const String abc("abc"), none, empty(""), null(static_cast<const char*>(nullptr));
     EXPECT_EQ(
@@ -84,34 +36,6 @@ TEST(String, ConstructionSizesTheText) {
              String(abc(1, kNone)), String(-3), String(3000000000u), String(1.5), String(L"\xE9")),
         "/- /- /- /- /- /1 /1 /1 /1 x/2 xxx/4 xxxxxxxx/16 abc/4 ab/3 ab/3 abc/4 bc/3 -3/3 "
         "3000000000/11 1.500000/9 \xC3\xA9/3 ");
-}
-
-TEST(String, ReadsFollowTheModel) {
-    const char* const texts[] = {nullptr, "",   " ",    "   ",    "\t", "a",
-                                 "a ",    "aB", "\xE9", "aB,,aB", "Ab", ",,"};
-    for (const char* text : texts)
-        for (const char* other : texts)
-            for (const char* word : texts)
-                for (unsigned n = 0; n < 40; ++n)
-                    ASSERT_EQ(
-                        test::wrongReads(text, other, word ? word : "", ",aB\0"[n % 4], n / 4), 0)
-                        << String(text) << '|' << String(other) << '|' << String(word) << ' ' << n;
-}
-
-TEST(String, SplitsAsTheModel) {
-    std::mt19937 random(1);
-    for (int step = 0; step < 20000; ++step) {
-        std::string text(random() % 7, 'a');
-        for (char& c : text) c = "a,\"\\"[random() % 4];
-        const unsigned flags = random() % 4;
-        const char delim = ",\"\\"[random() % 3];
-        Vector<String> fields;
-        fields.add(text.c_str());
-        ASSERT_EQ(fields[0].split(delim, fields, flags), fields.size());
-        auto expected = test::fieldsOf(text, delim, flags, true);
-        expected.insert(expected.begin(), text);
-        ASSERT_TRUE(std::ranges::equal(fields, expected, {}, bytesOf)) << text;
-    }
 }
 
 TEST(String, EditsGiveTheKnownResults) {

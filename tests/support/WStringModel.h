@@ -20,11 +20,13 @@ inline int wrongNumbers(int n, double v, char decimals, const WString& tail) {
     const int places = std::clamp<int>(decimals, 0, 9);
     char* const end = std::to_chars(digits, last, v, std::chars_format::fixed, places).ptr;
     WString fixed(digits, std::min(end, digits + 255));
-    wrong += Vorn::WStringFromFloat(v, decimals, false) != fixed;
-    const auto ends = [&](wchar_t c) { return fixed.back() == c && fixed.find(L'.') < 255; };
-    while (ends(L'0')) fixed.pop_back();
-    if (ends(L'.')) fixed.pop_back();
-    return wrong + (Vorn::WStringFromFloat(v, decimals, true) != fixed);
+    for (const bool strip : {false, true}) {
+        const bool whole = fixed.find(L'.') == WString::npos;
+        while (strip && !whole && fixed.back() == L'0') fixed.pop_back();
+        const WString shown(fixed, 0, fixed.size() - fixed.ends_with(L'.'));
+        wrong += Vorn::WStringFromFloat(v, decimals, strip) != shown;
+    }
+    return wrong;
 }
 
 /// How many answers about `text` are wrong.
