@@ -63,6 +63,19 @@ run_tests() {
     ctest --test-dir "build/$tests_folder" --output-on-failure -j "$(getconf _NPROCESSORS_ONLN)"
 }
 
+# check NAME [AMOUNT]: runs one of tools/check quietly, and prints what it found.
+check() {
+    check_log=build/checks/$1.log
+    mkdir -p build/checks
+    if ! tools/check "$@" >"$check_log" 2>&1; then
+        tail -n 60 "$check_log"
+        echo "$1 failed; see $check_log"
+        return 1
+    fi
+    printf '%-10s %s\n' "$1:" "$(tail -n 1 "$check_log")"
+}
+
+quick_checks="bare asan tsan valgrind coverage cppcheck tidy format packages reference"
 build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev libcli11-dev dpkg-dev ca-certificates"
 test_packages="libgtest-dev libbenchmark-dev python3 binutils gdb pkg-config"
 peer_packages="pkg-config qtbase5-dev libglib2.0-dev libabsl-dev libboost-dev libinih-dev libsimpleini-dev zlib1g-dev"
