@@ -13,6 +13,7 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Vorn/VornIniFile.h"
 #include "Vorn/WStringUtils.h"
@@ -32,6 +33,12 @@ String trimmed(const String& text) {
     String result(text);
     if (result.isEmpty()) return "";
     return result.stripLeadingSpaces().stripTrailingSpaces();
+}
+
+// Two entries without "=" are equal as pairs, whatever they say.
+bool haveSameText(const AttribValuePair& a, const AttribValuePair& b) {
+    const String textA = a.asString('='), textB = b.asString('=');
+    return std::string_view(textA, textA.size()) == std::string_view(textB, textB.size());
 }
 
 class Settings {
@@ -64,10 +71,11 @@ public:
     Result set() {
         VornIniFile::Entries& entries = ini.getSection(section);
         const auto found = std::ranges::find_if(entries, isMeant());
+        const String value = trimmed(request.value.c_str());
         if (found == entries.end())
-            entries.emplace_back(request.key.c_str(), request.value.c_str(), '=');
+            entries.emplace_back(trimmed(request.key.c_str()), value, '=');
         else
-            found->setValue(request.value.c_str());
+            found->setValue(value);
         return save();
     }
 
@@ -104,7 +112,8 @@ private:
         if (!ini.save(WString())) fail("cannot be written");
         VornIniFile again(Vorn::WStringFromUTF8(request.file.c_str()), true, request.caseSensitive);
         for (auto walk = ini.getSectionIterator(); walk.valid(); ++walk)
-            if (again.getSection(walk.name()) != *walk) fail("does not hold what was written");
+            if (!std::ranges::equal(again.getSection(walk.name()), *walk, haveSameText))
+                fail("does not hold what was written");
         return kDone;
     }
 
