@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -32,16 +31,6 @@ TEST(Exception, HoldsItsTextsInOrder) {
             EXPECT_EQ(std::string(words[1]) + ' ' + words[3] + line + ' ' + words[2], expected);
         }
     }
-}
-
-TEST(Check, KeepsEachMessageOnce) {
-    EXPECT_THROW(throwShort("old", 1, 1), Vorn::Exception::RuntimeError);
-    test::MemoryLedger ledger;
-    EXPECT_THROW(throwShort("old", 1, 1), Vorn::Exception::RuntimeError);
-    EXPECT_EQ(ledger.allocations(), 0u);
-    ledger.failAt(2);
-    EXPECT_THROW(throwShort("new", 1, 1), std::bad_alloc);
-    EXPECT_EQ(ledger.live(), 0u);
 }
 
 struct TickingClock : test::ForwardingText {

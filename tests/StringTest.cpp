@@ -52,15 +52,6 @@ TEST(String, EditsGiveTheKnownResults) {
     EXPECT_EQ(repOf(dots.substitute("#", "")), repOf(dots));
 }
 
-TEST(String, CopiesAllocateNothingAndMovesCountNothing) {
-    test::MemoryLedger ledger;
-    String a("text");
-    test::RecordingAtomics atomics;
-    String b(a), c, d(std::move(a));
-    c = b, b = c, std::swap(d, a);
-    EXPECT_TRUE(atomics.increments == 2 && atomics.decrements == 0 && ledger.allocations() == 2);
-}
-
 // Searching ends at the zero byte; what stands behind it moves along.
 TEST(StringRep, SubstitutesTextsOfItsOwn) {
     const std::string text = "aabaab";
