@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Vorn/Exception.h"
+#include "Vorn/Vector.h"
 #include "platform/platform.h"
 
 namespace {
@@ -17,17 +18,35 @@ std::vector<std::size_t> positions(Operation... operations) {
     return {std::bit_cast<Words>(operations)[0] / sizeof(void*) - 1 ...};
 }
 
-// Of neighbours the last one tells.
 TEST(Contract, OperationsKeepTheirPositions) {
-    EXPECT_EQ(positions(&iSystemServices::atomicServices, &iSystemServices::systemInfo,
-                        &iSystemServices::pathServices, &iMemoryServices::free,
-                        &iMemoryServices::unregisterReclaimable, &iTextServices::utf8FromWide,
-                        &iTextServices::nowMilliseconds, &iFileServices::openFile,
-                        &iFileServices::pathSeparator, &iFile::write, &iFile::size,
-                        &iThreadServices::currentThreadId, &iCriticalSection::leave,
-                        &iAtomicServices::compareExchangePointer, &iPathServices::getFolderPath,
-                        &iReclaimable::reclaimAll, &Vorn::Exception::Base::line),
-              (std::vector<std::size_t>{5, 8, 11, 3, 7, 3, 5, 12, 33, 5, 13, 9, 3, 6, 4, 3, 4}));
+    using All = std::vector<std::size_t>;
+    using S = iSystemServices;
+    using V = Vector<int>;
+    using Vorn::Exception::Base;
+    EXPECT_EQ(positions(&S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
+                        &S::atomicServices, &S::systemInfo, &S::pathServices),
+              (All{1, 2, 3, 4, 5, 8, 11}));
+    EXPECT_EQ(
+        positions(&iMemoryServices::allocate, &iMemoryServices::free, &iMemoryServices::reclaim,
+                  &iMemoryServices::registerReclaimable, &iMemoryServices::unregisterReclaimable),
+        (All{1, 3, 4, 6, 7}));
+    EXPECT_EQ(positions(&iTextServices::wideFromAscii, &iTextServices::utf8FromWide,
+                        &iTextServices::wideFromUtf8, &iTextServices::nowMilliseconds,
+                        &iFileServices::openFile, &iFileServices::pathSeparator, &iFile::read,
+                        &iFile::write, &iFile::size, &iPathServices::getFolderPath),
+              (All{1, 3, 4, 5, 12, 33, 1, 5, 13, 4}));
+    EXPECT_EQ(positions(&iThreadServices::createCriticalSection, &iThreadServices::currentThreadId,
+                        &iCriticalSection::enter, &iCriticalSection::tryEnter,
+                        &iCriticalSection::leave, &iAtomicServices::increment,
+                        &iAtomicServices::decrement, &iAtomicServices::compareExchangePointer),
+              (All{1, 9, 1, 2, 3, 1, 2, 6}));
+    EXPECT_EQ(positions(&iSystemInfo::getNumProcessors, &iReclaimable::reclaimableBytes,
+                        &iReclaimable::reclaim, &iReclaimable::reclaimAll, &Base::what, &Base::msg,
+                        &Base::file, &Base::line),
+              (All{1, 1, 2, 3, 1, 2, 3, 4}));
+    EXPECT_EQ(positions(&V::add, &V::push_back, &V::locate, &V::intern, &V::insert, &V::removeIdx,
+                        &V::remove, &V::removeItem, &V::clear, &V::consume),
+              (All{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 }  // namespace

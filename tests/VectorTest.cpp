@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <functional>
 #include <random>
@@ -60,16 +59,6 @@ TEST(Vector, StorageMovesAsAWhole) {
     v.consume(v), other.consume(v);
     EXPECT_TRUE(other.begin() == data && other.size() == 3 && other.getCapacity() == 8);
     EXPECT_TRUE(!v.begin() && !v.size() && !v.getCapacity());
-}
-
-TEST(Vector, OperationsAreVirtualInTheirOrder) {
-    const auto inOrder = [](auto... members) {
-        long slot = 2;
-        return ((std::bit_cast<std::array<long, 2>>(members)[0] / 8 == slot++) && ...);
-    };
-    using V = Vector<int>;
-    EXPECT_TRUE(inOrder(&V::add, &V::push_back, &V::locate, &V::intern, &V::insert, &V::removeIdx,
-                        &V::remove, &V::removeItem, &V::clear, &V::consume));
 }
 
 }  // namespace
