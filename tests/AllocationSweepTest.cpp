@@ -20,6 +20,8 @@ using namespace Vorn;
 using namespace Vorn::Check::Private;
 using namespace Vorn::PooledObjectDebug;
 using Builder = VornIniFile_Private::SectionsBuildingOutputIterator;
+using Order = VornIniFile_Private::StringLT_Fancy;
+using Sections = VornIniFile::Sections;
 using Handle = Vorn::Ptr<int>;
 using Logger = LoggingTraitsBase;
 using Pair = AttribValuePair;
@@ -45,7 +47,7 @@ struct Platform : iThreadServices, iPathServices {
 
 // An operation as text and as code.
 using Row = std::pair<const char*, std::function<void()>>;
-#define ROW(...) Row(#__VA_ARGS__, [this] { __VA_ARGS__; })
+#define ROW(...) Row(#__VA_ARGS__, [&] { __VA_ARGS__; })
 
 // What the operations work on: a bare text, one of its own or one that is shared. Texts are too
 // long for the standard strings' own room.
@@ -71,12 +73,10 @@ struct Subject {
             add(text);
         for (const String& text : fields) add(text);
         for (const WString& text : names) add(text.c_str());
-        const auto addSection = [&](const String& name, const VornIniFile::Entries& entries) {
-            add(name);
-            for (const Pair& entry : entries) add(entry.asString('='));
-        };
-        for (const auto& [name, entries] : sections) addSection(name, entries);
-        for (auto i = file.getSectionIterator(); i.valid(); ++i) addSection(i.name(), *i);
+        for (auto i = file.getSectionIterator(); i.valid(); ++i) {
+            add(i.name());
+            for (const Pair& entry : *i) add(entry.asString('='));
+        }
         for (const auto* key : reinterpret_cast<const std::list<NamedObjectInfo*>&>(space))
             add(key->object ? key->objectName : key->typeName);
         return all + std::to_string(rep.refCount);
@@ -101,7 +101,6 @@ struct Subject {
     Vector<int> numbers;
     Pair pair{"key=value", '='};
     VornIniFile file{L"input", false, false};
-    VornIniFile::Sections sections{VornIniFile_Private::StringLT_Fancy(true)};
     CriticalSection lock{"lock"};
     NamedObjectsNamespace space{"space"};
     Handle handle{new int(1)};
@@ -183,9 +182,10 @@ std::vector<Row> Subject::rows() {
         ROW(file = VornIniFile(L"input", false, true)),
         ROW(adding = true; file = VornIniFile(L"input", true, true)), ROW(file = VornIniFile(file)),
         ROW(file.save(L"output")), ROW(adding = true; file.load(L"input", '\n')), ROW(file["New"]),
-        ROW(file.getSection("New")), ROW(adding = true; Builder{&sections} = " some = text "),
-        ROW(Builder{&sections} = "[New]"),
-        ROW(adding = true; StringManip::splitBuffer(Builder(&sections), "a,b", 3, ',')),
+        ROW(file.getSection("New")),
+        ROW(Sections all(Order{true}); Builder{&all} = " some = text "),
+        ROW(Sections all(Order{true}); Builder{&all} = "[New]"),
+        ROW(Sections all(Order{true}); StringManip::splitBuffer(Builder(&all), "a,b", 3, ',')),
         ROW(CriticalSection{}), ROW(CriticalSection("name")), ROW(CriticalSection(1u)),
         ROW(lock.init(1)), ROW(lock.setName("name")),
         ROW(auto i = std::make_unique<int>(); handle = Handle(i.get()), i.release()),
@@ -201,7 +201,7 @@ std::vector<Row> Subject::rows() {
         ROW(kept = 2; second = std::make_unique<Logger>("new")), ROW(pool.dump()),
         ROW(LoggingTraitsBase_exit()),
         ROW(void* p = ::operator new(9, std::nothrow); adding = !p; ::operator delete(p)),
-        ROW(::operator delete(::operator new(9), 9ul)), ROW(CPUAlignedDelete(CPUAlignedNew(9))),
+        ROW(CPUAlignedDelete(CPUAlignedNew(9))),
         ROW(StdAllocator<int> a; a.deallocate(a.allocate(9), 9)),
         ROW(s = OS()->textServices()->utf8FromWide(L"text of some length").c_str()),
         ROW(w = posix::pathServices->getFolderPath(4)));

@@ -19,34 +19,30 @@ std::vector<std::size_t> positions(Operation... operations) {
 }
 
 TEST(Contract, OperationsKeepTheirPositions) {
-    using All = std::vector<std::size_t>;
     using S = iSystemServices;
+    using M = iMemoryServices;
+    using T = iTextServices;
+    using C = iCriticalSection;
+    using A = iAtomicServices;
+    using R = iReclaimable;
     using V = Vector<int>;
-    using Vorn::Exception::Base;
-    EXPECT_EQ(positions(&S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
-                        &S::atomicServices, &S::systemInfo, &S::pathServices),
-              (All{1, 2, 3, 4, 5, 8, 11}));
-    EXPECT_EQ(
-        positions(&iMemoryServices::allocate, &iMemoryServices::free, &iMemoryServices::reclaim,
-                  &iMemoryServices::registerReclaimable, &iMemoryServices::unregisterReclaimable),
-        (All{1, 3, 4, 6, 7}));
-    EXPECT_EQ(positions(&iTextServices::wideFromAscii, &iTextServices::utf8FromWide,
-                        &iTextServices::wideFromUtf8, &iTextServices::nowMilliseconds,
-                        &iFileServices::openFile, &iFileServices::pathSeparator, &iFile::read,
-                        &iFile::write, &iFile::size, &iPathServices::getFolderPath),
-              (All{1, 3, 4, 5, 12, 33, 1, 5, 13, 4}));
-    EXPECT_EQ(positions(&iThreadServices::createCriticalSection, &iThreadServices::currentThreadId,
-                        &iCriticalSection::enter, &iCriticalSection::tryEnter,
-                        &iCriticalSection::leave, &iAtomicServices::increment,
-                        &iAtomicServices::decrement, &iAtomicServices::compareExchangePointer),
-              (All{1, 9, 1, 2, 3, 1, 2, 6}));
-    EXPECT_EQ(positions(&iSystemInfo::getNumProcessors, &iReclaimable::reclaimableBytes,
-                        &iReclaimable::reclaim, &iReclaimable::reclaimAll, &Base::what, &Base::msg,
-                        &Base::file, &Base::line),
-              (All{1, 1, 2, 3, 1, 2, 3, 4}));
-    EXPECT_EQ(positions(&V::add, &V::push_back, &V::locate, &V::intern, &V::insert, &V::removeIdx,
-                        &V::remove, &V::removeItem, &V::clear, &V::consume),
-              (All{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    using E = Vorn::Exception::Base;
+    const auto found = positions(
+        &S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
+        &S::atomicServices, &S::systemInfo, &S::pathServices, &M::allocate, &M::free, &M::reclaim,
+        &M::registerReclaimable, &M::unregisterReclaimable, &T::wideFromAscii, &T::utf8FromWide,
+        &T::wideFromUtf8, &T::nowMilliseconds, &iFileServices::openFile,
+        &iFileServices::pathSeparator, &iFile::read, &iFile::write, &iFile::size,
+        &iThreadServices::createCriticalSection, &iThreadServices::currentThreadId, &C::enter,
+        &C::tryEnter, &C::leave, &A::increment, &A::decrement, &A::compareExchangePointer,
+        &iSystemInfo::getNumProcessors, &iPathServices::getFolderPath, &R::reclaimableBytes,
+        &R::reclaim, &R::reclaimAll, &E::what, &E::msg, &E::file, &E::line, &V::add, &V::push_back,
+        &V::locate, &V::intern, &V::insert, &V::removeIdx, &V::remove, &V::removeItem, &V::clear,
+        &V::consume);
+    EXPECT_EQ(found,
+              (std::vector<std::size_t>{1,  2,  3, 4, 5,  8, 11, 1, 3, 4, 6, 7, 1, 3, 4, 5,
+                                        12, 33, 1, 5, 13, 1, 9,  1, 2, 3, 1, 2, 6, 1, 4, 1,
+                                        2,  3,  1, 2, 3,  4, 1,  2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 }  // namespace

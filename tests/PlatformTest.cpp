@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include "Vorn/Reclaimable.h"
 #include "platform/posix/Services.h"
@@ -11,25 +9,6 @@
 namespace {
 
 using namespace posix;
-
-TEST(PlatformThreads, ContendersCountAtomicallyAndTakeTurns) {
-    const auto lock = threadServices->createCriticalSection(0);
-    std::int32_t entries = 0, count = 2;
-    const auto work = [&] {
-        for (int i = 0; i < 1000000; ++i) atomicServices->increment(&count);
-        for (int i = 0; i < 1000000; ++i) EXPECT_GE(atomicServices->decrement(&count), 2);
-        for (int i = 0; i < 5000; ++i, lock->leave()) {
-            if (i % 3 != 0 || !lock->tryEnter()) lock->enter();
-            const int entry = ++entries;
-            EXPECT_TRUE((entry % 500 != 0 || ::usleep(1000) == 0) && entries == entry);
-        }
-    };
-    { const std::jthread threads[] = {std::jthread(work), std::jthread(work), std::jthread(work)}; }
-    EXPECT_TRUE(entries == 15000 && atomicServices->decrement(&count) == 1);
-    void* word = &count;
-    EXPECT_EQ(atomicServices->compareExchangePointer(&word, nullptr, &word), &count);
-    EXPECT_TRUE(atomicServices->compareExchangePointer(&word, nullptr, word) == &count && !word);
-}
 
 TEST(PlatformMemory, EveryBlockIsReleasedWhereItBelongs) {
     for (const std::size_t bytes : {0u, 1u, 100u << 10, 20u << 20, 1500u << 20})

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -38,6 +39,19 @@ int reportLate(const std::string& folder) {
     return std::filesystem::create_directories(folder) ? 0 : 1;
 }
 
+// One while static objects end, others on a thread that goes on while main returns.
+int buildAtExit() {
+    static const struct AtExit {
+        ~AtExit() { new Logger("exiting"); }
+    } atExit;
+    static std::atomic<int> count = 0;
+    std::thread([] {
+        while (++count < 2000) new Logger("exiting");
+    }).detach();
+    while (count < 2) std::this_thread::yield();
+    return 0;
+}
+
 int reportOften() {
     Logger logger(std::string(60000, 'x').c_str());
     for (int n = 0; n < 200; ++n) logger.dump();
@@ -51,6 +65,7 @@ int main(int, char** argv) {
     if (mode == "exit") return buildOfEachKind();
     if (mode == "exit-elsewhere") std::thread([] { std::exit(buildOfEachKind()); }).join();
     if (mode == "module") return closeModule();
+    if (mode == "exiting") return buildAtExit();
     if (mode == "late")
         return reportLate(std::getenv("XDG_STATE_HOME") + std::string("/Vornhold/Logs"));
     return reportOften();

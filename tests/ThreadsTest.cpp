@@ -1,0 +1,71 @@
+// Four threads at a time work on what may be shared; what they leave shows that nothing was lost.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "Vorn/CriticalSection.h"
+#include "Vorn/LockFreeStack.h"
+#include "Vorn/Ptr.h"
+#include "Vorn/String.h"
+
+namespace {
+
+constexpr unsigned kSteps = 100000;
+
+// What every thread wrote is there for whoever destroys it.
+struct Seen {
+    ~Seen() { total += by[0] + by[1] + by[2] + by[3]; }
+    static inline std::atomic<unsigned> total = 0;
+    unsigned by[4] = {};
+};
+
+struct Node {
+    Node* next = nullptr;
+    unsigned pushed = 0, popped = 0;
+};
+
+TEST(Threads, LoseNothing) {
+    std::vector<Vorn::Ptr<Seen>> handles[4];
+    std::vector<String> texts[4];
+    for (unsigned n = 0; n < kSteps; ++n) {
+        const Vorn::Ptr<Seen> handle(new Seen);
+        const String text(n);
+        for (auto& copies : handles) copies.push_back(handle);
+        for (auto& copies : texts) copies.push_back(text);
+    }
+    std::vector<Node> nodes(4 * kSteps);
+    Vorn::LockFree::Stack<Node> stack;
+    CriticalSection lock;
+    unsigned entries = 0;
+    const std::function<void(unsigned, unsigned)> works[] = {
+        [&](unsigned t, unsigned n) { ++handles[t][n]->by[t], handles[t][n] = {}; },
+        [&](unsigned t, unsigned n) { texts[t][n] += "abcd"[t]; },
+        [&](unsigned t, unsigned n) {
+            stack.push(&(++nodes[t * kSteps + n].pushed, nodes[t * kSteps + n]));
+            if (Node* const node = stack.pop()) node->popped += node->pushed;
+        },
+        [&](unsigned, unsigned n) {
+            if (n % 3 > 0 || lock.attemptEntry() != 0) lock.enter();
+            EXPECT_TRUE(++entries % 50000 != 0 || (std::this_thread::yield(), lock.owner() != 0));
+            lock.leave();
+        },
+    };
+    for (const auto& work : works) {
+        std::vector<std::jthread> threads;
+        for (unsigned t = 0; t < 4; ++t)
+            threads.emplace_back([&work, t] {
+                for (unsigned n = 0; n < kSteps; ++n) work(t, n);
+            });
+    }
+    EXPECT_TRUE(Seen::total == 4 * kSteps && entries == 4 * kSteps);
+    while (Node* const node = stack.pop()) node->popped += node->pushed;
+    for (const Node& node : nodes) ASSERT_EQ(node.popped, 1u);
+    for (unsigned n = 0; n < 4 * kSteps; ++n)
+        ASSERT_EQ(texts[n % 4][n / 4], String(n / 4) + String("abcd"[n % 4]));
+}
+
+}  // namespace
