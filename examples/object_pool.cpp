@@ -2,10 +2,10 @@
 //
 // Usage: object_pool WORKFOLDER [SECONDS]
 //
-// Two threads take frames from the pool and give them back for SECONDS, 8 unless given: rates are
-// measured after the first 7.5. The report goes below WORKFOLDER, which takes the place of the
-// user's own state folder.
+// Two threads use the pool for SECONDS, 8 unless given: rates are measured after the first 7.5. The
+// report goes below WORKFOLDER, which takes the place of the user's own state folder.
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -16,49 +16,33 @@
 #include <thread>
 #include <vector>
 
-#include "Vorn/CriticalSection.h"
-#include "Vorn/PathsLite.h"
-#include "Vorn/PooledObjectDebug.h"
-#include "Vorn/Time.h"
-#include "Vorn/WStringUtils.h"
+#include "Vorn/Vorn.h"
 
 namespace {
 
-struct Frame {
-    unsigned char pixels[4096];
-};
+using Frame = std::array<unsigned char, 4096>;
 
 class FramePool : private Vorn::PooledObjectDebug::LoggingTraitsBase {
 public:
     FramePool() : LoggingTraitsBase("Example frames") {}
 
     std::unique_ptr<Frame> take() {
+        const EasyCrit guard(lock);
         ltb_beforePop(0);
-        std::unique_ptr<Frame> frame = takeFree();
-        if (!frame) frame = std::make_unique<Frame>();
+        if (freeFrames.empty()) freeFrames.push_back(std::make_unique<Frame>());
+        std::unique_ptr<Frame> frame = std::move(freeFrames.back());
+        freeFrames.pop_back();
         ltb_afterPop(frame.get(), 0);
         return frame;
     }
-
     void giveBack(std::unique_ptr<Frame> frame) {
-        Frame* const object = frame.get();
-        ltb_beforePush(object, 0);
-        {
-            const EasyCrit guard(lock);
-            freeFrames.push_back(std::move(frame));
-        }
-        ltb_afterPush(object, 0);
+        const EasyCrit guard(lock);
+        ltb_beforePush(frame.get(), 0);
+        freeFrames.push_back(std::move(frame));
+        ltb_afterPush(freeFrames.back().get(), 0);
     }
 
 private:
-    std::unique_ptr<Frame> takeFree() {
-        const EasyCrit guard(lock);
-        if (freeFrames.empty()) return nullptr;
-        std::unique_ptr<Frame> frame = std::move(freeFrames.back());
-        freeFrames.pop_back();
-        return frame;
-    }
-
     CriticalSection lock;
     std::vector<std::unique_ptr<Frame>> freeFrames;
 };
@@ -85,9 +69,8 @@ int main(int argc, char** argv) {
     {
         FramePool pool;
         const double untilMs = Vorn::now() + seconds * 1000;
-        std::thread other(decode, std::ref(pool), untilMs);
+        const std::jthread other(decode, std::ref(pool), untilMs);
         decode(pool, untilMs);
-        other.join();
     }
     std::ifstream report((logs + "PooledObjects.log").c_str());
     std::string line, last;

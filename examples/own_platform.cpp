@@ -1,7 +1,5 @@
 // A platform of one's own: it counts allocations and hands everything on to the one that comes with
 // the library. A platform from the ground up implements the interfaces in the same way.
-//
-// Usage: own_platform
 
 #include <dlfcn.h>
 
@@ -17,7 +15,6 @@ namespace {
 class CountingMemory final : public iMemoryServices {
 public:
     explicit CountingMemory(iMemoryServices* services) : next(services) {}
-
     void* allocate(std::size_t bytes) override {
         ++allocations;
         return next->allocate(bytes);
@@ -30,8 +27,6 @@ public:
     }
 
     std::atomic<unsigned> allocations{0};
-
-private:
     iMemoryServices* const next;
 };
 
@@ -49,8 +44,6 @@ public:
     iPathServices* pathServices() override { return next->pathServices(); }
 
     CountingMemory memory;
-
-private:
     iSystemServices* const next;
 };
 

@@ -28,8 +28,8 @@ Vorn::NamedObjectsNamespace& registry() {
     return *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance();
 }
 
-void waitAMoment() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+void wait(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
 }  // namespace
@@ -41,8 +41,7 @@ extern "C" VORN_EXPORT bool produce() {
     registry().create(kName, clip);
     std::printf("first module:   registers a Clip \"%s\" at %p and holds it\n", kName,
                 static_cast<void*>(clip));
-    waitAMoment();
-    waitAMoment();
+    wait(100);
     clip->frames = kFrames;
     std::printf("first module:   completes it and lets go\n");
     registry().unlock<Clip>(kName);
@@ -74,9 +73,7 @@ int main(int argc, char** argv) {
     const auto producing = reinterpret_cast<Step>(dlsym(first, "produce"));
     const auto consuming = reinterpret_cast<Step>(dlsym(second, "consume"));
 
-    std::thread producer(producing);
-    waitAMoment();
-    const bool done = consuming();
-    producer.join();
-    return done ? 0 : 1;
+    const std::jthread producer(producing);
+    wait(50);
+    return consuming() ? 0 : 1;
 }
