@@ -144,7 +144,7 @@ String String::joined(const char* a, const char* b, unsigned n) {
     return whole;
 }
 
-inline String& String::append(const char* s, unsigned n) {
+String& String::append(const char* s, unsigned n) {
     const bool done = rep && !isShared(*rep) && rep->appendInPlace(s, n);
     return done ? *this : grow(s, n);
 }
@@ -390,15 +390,15 @@ StringChar& StringChar::operator=(const StringChar& other) {
 
 String operator+(const String& a, const String& b) {
     if (a.rep && b.text()) return String::joined(a, b, b.size());
-    return a.rep ? a : b;
+    return String(a) += b;
 }
 
 String operator+(const String& a, const char* b) {
     if (a.rep && b) return String::joined(a, b, lengthOf(b));
-    return a.rep ? a : String(b);
+    return String(a) += b;
 }
 
 String operator+(const char* a, const String& b) {
     if (a && b.text()) return String::joined(a, b, b.size());
-    return a ? String(a) : b;
+    return String(a) += b;
 }

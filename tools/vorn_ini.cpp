@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 
+#include "Vorn/StringManip.h"
 #include "Vorn/VornIniFile.h"
 #include "Vorn/WStringUtils.h"
 
@@ -39,6 +40,20 @@ String trimmed(const String& text) {
 bool haveSameText(const AttribValuePair& a, const AttribValuePair& b) {
     const String textA = a.asString('='), textB = b.asString('=');
     return std::string_view(textA, textA.size()) == std::string_view(textB, textB.size());
+}
+
+// Whether a file that holds the entry in this section gives both back.
+bool isStorable(const String& section, const AttribValuePair& entry) {
+    VornIniFile::Sections read{VornIniFile_Private::StringLT_Fancy(true)};
+    VornIniFile_Private::SectionsBuildingOutputIterator builder(&read);
+    String text("\n");
+    if (section != VornIniFile::kAnonymousSection()) text += "[" + section + "]\n";
+    text += entry.asString('=');
+    Vorn::StringManip::splitBuffer(builder, text, text.size(), '\n');
+    const auto found = read.find(section);
+    return read.size() == 1 && found != read.end() && found->second.size() == 1 &&
+           found->second[0].getAttrib() == entry.getAttrib() &&
+           found->second[0].getValue() == entry.getValue();
 }
 
 class Settings {
@@ -72,10 +87,11 @@ public:
         VornIniFile::Entries& entries = ini.getSection(section);
         const auto found = std::ranges::find_if(entries, isMeant());
         const String value = trimmed(request.value.c_str());
-        if (found == entries.end())
-            entries.emplace_back(trimmed(request.key.c_str()), value, '=');
-        else
-            found->setValue(value);
+        if (found != entries.end()) found->setValue(value);
+        const AttribValuePair& changed =
+            found != entries.end() ? *found
+                                   : entries.emplace_back(trimmed(request.key.c_str()), value, '=');
+        if (!isStorable(section, changed)) fail("cannot hold this section, key or value");
         return save();
     }
 

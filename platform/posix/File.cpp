@@ -3,6 +3,9 @@
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -164,6 +167,17 @@ bool isMountPoint(const Descriptor&) {
 }
 #endif
 
+// Whether more than the mode says who may use the file: only the file itself keeps that.
+#ifdef __linux__
+bool hasAccessList(const Descriptor& file) {
+    return ::fgetxattr(file.get(), "system.posix_acl_access", nullptr, 0) > 0;
+}
+#else
+bool hasAccessList(const Descriptor&) {
+    return false;
+}
+#endif
+
 // The target is opened, not only looked at: so it is the system that says whether the caller may
 // write it, and a pipe without reader is refused instead of waited for.
 bool FileWriter::open() {
@@ -171,7 +185,8 @@ bool FileWriter::open() {
     if (!target && errno != ENOENT) return false;
     struct stat old {};
     if (target && ::fstat(target.get(), &old) != 0) return false;
-    const bool replaceable = S_ISREG(old.st_mode) && old.st_nlink == 1 && !isMountPoint(target);
+    const bool replaceable = S_ISREG(old.st_mode) && old.st_nlink == 1 && !isMountPoint(target) &&
+                             !hasAccessList(target);
     if (target && !replaceable) return openInPlace(std::move(target), old);
     if (openTemporary(target ? S_IRUSR | S_IWUSR : 0666)) {
         if (!target || resemble(old)) return true;
@@ -207,6 +222,7 @@ bool FileWriter::openTemporary(mode_t mode) {
 bool FileWriter::resemble(const struct stat& old) {
     struct stat made;
     if (::fstat(file.get(), &made) != 0 || made.st_dev != old.st_dev) return false;
+    if (hasAccessList(file)) return false;
     const bool sameOwner = made.st_uid == old.st_uid && made.st_gid == old.st_gid;
     return (sameOwner || ::fchown(file.get(), old.st_uid, old.st_gid) == 0) &&
            ::fchmod(file.get(), old.st_mode & 07777) == 0;
