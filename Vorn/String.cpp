@@ -144,7 +144,7 @@ String String::joined(const char* a, const char* b, unsigned n) {
     return whole;
 }
 
-String& String::append(const char* s, unsigned n) {
+inline String& String::append(const char* s, unsigned n) {
     const bool done = rep && !isShared(*rep) && rep->appendInPlace(s, n);
     return done ? *this : grow(s, n);
 }

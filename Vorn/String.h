@@ -171,7 +171,7 @@ private:
     static String joined(const char* a, const char* b, unsigned n);
     template <class Edit>
     String& edit(Edit change);
-    String& append(const char* s, unsigned n);
+    inline String& append(const char* s, unsigned n);
     String& grow(const char* s, unsigned n);
     friend class StringChar;
     friend String operator+(const String& a, const String& b);
