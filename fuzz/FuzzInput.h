@@ -34,10 +34,7 @@ public:
         return value;
     }
     /// Not an infinity, nor what is no number.
-    double real() {
-        const auto value = number<double>();
-        return std::isfinite(value) ? value : 0;
-    }
+    double real() { return std::ldexp(number<int>(), number<short>() % 990); }
     /// Below `n` ≤ 256.
     unsigned pick(std::size_t n) { return static_cast<unsigned>(number<std::uint8_t>() % n); }
     bool flag() { return pick(2) > 0; }

@@ -8,43 +8,78 @@
 
 namespace {
 
-using test::folded;
-using Entry = test::IniModel::Entry;
-using Vorn::AttribValuePair;
+using test::bytesOf, test::folded, test::IniModel;
+using Entry = IniModel::Entry;
+using Vorn::AttribValuePair, Vorn::StringManip::splitBuffer;
 
 String toString(const std::string& text) {
     return {text.data(), static_cast<unsigned>(text.size())};
 }
 
+void checkReads(const AttribValuePair& pair, const Entry& entry, char separator) {
+    const std::string text = entry.text(separator);
+    assert(pair.getState() == entry.state && bytesOf(pair.getLine()) == entry.line);
+    assert(bytesOf(pair.getAttrib()) == entry.attrib && bytesOf(pair.getValue()) == entry.value);
+    assert(pair.valid() == (entry.state != 1 && !entry.attrib.empty() && !entry.value.empty()));
+    assert(bytesOf(pair.asString(separator)) == text);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text.c_str());
+    assert(pair.asWString(separator) == WString(bytes, bytes + std::strlen(text.c_str())));
+}
+
+void checkEquality(const AttribValuePair& a, const AttribValuePair& b) {
+    const bool parts = a.getAttrib() == b.getAttrib() && a.getValue() == b.getValue();
+    const bool lines = a.getLine() == b.getLine();
+    const int states = a.getState() | b.getState();
+    const bool all = (lines || !(states & 1)) && (parts || !(states & 2));
+    assert((a == b) == (states == 0 ? lines || parts : all));
+}
+
+void checkFind(VornIniFile::Entries& entries, const std::vector<Entry>& expected,
+               const std::string& prefix, bool cased) {
+    const auto seen = [&](const std::string& text) { return cased ? text : folded(text); };
+    const auto found = std::ranges::find_if(expected, [&](const Entry& entry) {
+        return seen(entry.attrib).starts_with(seen(prefix.c_str()));
+    });
+    const auto check = [&](auto& list) {
+        const auto at = VornIniFile::findBeginsWith(toString(prefix), list, cased, list.end());
+        assert(at - list.begin() == found - expected.begin());
+    };
+    check(entries), check(std::as_const(entries));
+}
+
 void edit(FuzzInput& in, VornIniFile::Entries& entries, std::vector<Entry>& expected) {
-    const std::string a = in.text(8), v = in.text(8), prefix = a.c_str();
-    const String attrib = toString(a), value = toString(v), line = toString(a + v);
-    const unsigned x = in.pick(entries.size() + 1), y = in.pick(entries.size() + 1);
-    if (std::max<std::size_t>(x, y) == entries.size())
-        entries.emplace_back(line, '='), expected.emplace_back(a + v);
-    AttribValuePair& pair = entries[x];
-    Entry& entry = expected[x];
-    const bool cased = in.flag(), parts = pair.getState() != AttribValuePair::kLineOnly;
-    assert(pair.valid() == (parts && !entry.attrib.empty() && !entry.value.empty()));
-    assert(pair.asWString('=').size() == std::string(entry.line.c_str()).size());
-    assert(pair == AttribValuePair(pair) && pair.getAttrib() == toString(entry.attrib));
-    const auto begins = [&](const Entry& e) {
-        const std::string begin = e.attrib.substr(0, prefix.size());
-        return cased ? begin == prefix : folded(begin) == folded(prefix);
-    };
-    const auto found = std::ranges::find_if(expected, begins) - expected.begin();
-    const auto find = [&](auto& list) {
-        return VornIniFile::findBeginsWith(attrib, list, cased, list.end()) - list.begin();
-    };
-    assert(find(entries) == found && find(std::as_const(entries)) == found);
-    const WString wide = L"\xE9";
-    in.choose([&] { pair = entries[y], entry = expected[y]; },
-              [&] { pair = AttribValuePair(attrib, value, ':'), entry = Entry(a, ':', v); },
-              [&] { pair = AttribValuePair(wide, L"", ';'), entry = Entry("\xC3\xA9", ';', ""); },
-              [&] { pair.setAttrib(attrib), entry = Entry(a, '=', entry.value); },
-              [&] { pair.setValue(value), entry = Entry(entry.attrib, '=', v); },
-              [&] { pair.setLine(line), entry = Entry(a + v); },
-              [&] { entries.erase(entries.begin() + x), expected.erase(expected.begin() + x); });
+    const char separator = "=: "[in.pick(3)];
+    const std::string given = in.text(16);
+    entries.emplace_back(toString(given), separator);
+    expected.push_back(IniModel::entryOf(given, separator));
+    const unsigned x = in.pick(entries.size()), y = in.pick(entries.size());
+    AttribValuePair &pair = entries[x], other = entries[y];
+    Entry &entry = expected[x], source = expected[y];
+    checkReads(pair, entry, separator);
+    checkEquality(pair, other);
+    checkFind(entries, expected, given, in.flag());
+    in.choose(
+        [&] {
+            pair = AttribValuePair(other.getAttrib(), other.getValue(), ':');
+            entry = {source.attrib + ':' + source.value, source.attrib, source.value};
+        },
+        [&] {
+            pair = AttribValuePair(WString(L"\xE9\0x", 3), L"", ';');
+            entry = {"\xC3\xA9;", "\xC3\xA9", ""};
+        },
+        [&] { pair.setAttrib(other.getAttrib()), entry.attrib = source.attrib, entry.state = 2; },
+        [&] { pair.setValue(other.getValue()), entry.value = source.value, entry.state = 2; },
+        [&] {
+            pair.setLine(other.getLine());
+            (entry = IniModel::entryOf(source.line, '=')).state = 1;
+        },
+        [&] {
+            pair = other;
+            if (source.state == 1) source = IniModel::entryOf(source.line, '=');
+            if (source.state == 2) source.line = entry.line;
+            entry = source;
+        },
+        [&] { entries.pop_back(), expected.pop_back(); }, [] {});
 }
 
 }  // namespace
@@ -54,20 +89,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     test::MemoryFiles files;
     const bool cased = in.flag();
     VornIniFile ini(cased);
-    test::IniModel model{cased}, again{cased};
+    IniModel model{cased};
     while (!in.empty()) {
         auto chosen = model.sections.begin();
         std::advance(chosen, in.pick(model.sections.size() + 1));
-        const std::string text = in.text(200), name = text.substr(0, 8);
-        const std::string key = chosen != model.sections.end() ? chosen->first : model.keyOf(name);
+        const bool known = chosen != model.sections.end();
+        const std::string text = in.flag() ? in.text(200) : model.save().substr(0, 200);
+        const std::string given = known ? chosen->first : text.substr(0, 8);
+        const std::string name = cased ? given : folded(given, 'a'), key = model.keyOf(name);
         const char delimiter = "\n\n;"[in.pick(3)];
-        assert(ini.sectionExists(toString(key)) == model.sections.contains(key));
+        const VornIniFile& reader = ini;
+        assert(reader.sectionExists(toString(name)) == model.sections.contains(key));
         in.choose(
             [&] {
-                files.put(L"in", text), ini.load(L"in", delimiter), model.load(text, delimiter);
+                files.put(L"in", text), model.load(text, delimiter);
+                assert(ini.load(L"in", delimiter) == !text.empty());
             },
-            [&] { ini.removeSection(toString(key)), model.sections.erase(key); },
-            [&] { edit(in, ini[toString(key)], model.section(key).entries); });
+            [&] {
+                assert(ini.removeSection(toString(name)) == model.sections.erase(key));
+                assert(&reader[toString(name)] == &reader.getSection("none of these"));
+            },
+            [&] { edit(in, ini[toString(name)], model.entriesOf(name)); });
     }
     const std::string saved = model.save();
     assert(ini.save(L"out") && files.get(L"out") == saved);
@@ -77,14 +119,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                walk.name() == toString(s->second.name));
     assert(!walk.valid() && ini.getNumSections() == model.sections.size());
 
-    again.load(saved, '\n');
-    ini = VornIniFile(L"out", true, cased);
-    assert(ini.save(L"again") && files.get(L"again") == again.save());
+    const VornIniFile again(L"out", true, cased);
     VornIniFile::Sections sections{VornIniFile_Private::StringLT_Fancy(cased)};
     VornIniFile_Private::SectionsBuildingOutputIterator builder(&sections);
-    Vorn::StringManip::splitBuffer(builder, saved.data(), saved.size(), '\n');
-    assert(sections.size() == ini.getNumSections());
-    for (auto each = std::as_const(ini).getSectionIterator(); each.valid(); ++each)
+    const auto lines = static_cast<unsigned long>(std::ranges::count(saved, '\n'));
+    assert(splitBuffer(builder, saved.data(), saved.size(), '\n') == lines);
+    assert(sections.size() == again.getNumSections());
+    for (auto each = again.getSectionIterator(); each.valid(); ++each)
         assert(*each == sections.at(each.name()));
     return 0;
 }

@@ -1,5 +1,77 @@
+#include <bit>
+
+#include "Vorn/Vector.h"
+#include "Vorn/WStringUtils.h"
 #include "fuzz/FuzzInput.h"
-#include "tests/support/WStringModel.h"
+#include "tests/support/TextModels.h"
+
+namespace {
+
+using namespace Vorn;
+using test::fieldsOf, test::folded, test::substituted;
+
+void checkTexts(const WString& text, const WString& part, const WString& to, wchar_t c) {
+    for (const bool cased : {false, true}) {
+        const auto seen = [&](const WString& all) { return cased ? all : folded(all); };
+        const WString t = seen(text), word = seen(part.c_str());
+        assert(startsWith(text, part, cased) == (!t.empty() && t.starts_with(word)));
+        assert(endsWith(text, part, cased) == (!t.empty() && t.ends_with(word)));
+        assert(endsWith(text, c, cased) == t.ends_with(seen({c})));
+        assert(cased || compareCaseInsensitive(text, part) == (t.c_str() == word));
+    }
+    WString upper = text, lower = text, front = text, back = text, result = text;
+    assert(toUpper(text) == folded(text, 'a') && toUpper(upper) == folded(text, 'a'));
+    assert(toLower(text) == folded(text) && toLower(lower) == folded(text));
+    const bool stays = text == WString(text.size(), c);
+    assert(stripLeadingChars(front, c) == text.substr(stays ? 0 : text.find_first_not_of(c)));
+    assert(stripTrailingChars(back, c) ==
+           text.substr(0, stays ? text.size() : text.find_last_not_of(c) + 1));
+    assert(substitute(text, c, L'!') == substituted<WString>(text, {c}, L"!", false));
+    assert(substitute(text, part, to) == substituted(text, part, to, true));
+    for (std::size_t x = text.size() + 1, limit = text.size(); x-- > 0;)
+        if (x + part.size() <= limit && folded(text.substr(x, part.size())) == folded(part))
+            result.replace(limit = x, part.size(), to);
+    assert(substituteCaseInsensitive(text, part, to) == result);
+}
+
+void checkFields(const WString& text, wchar_t c, unsigned flags) {
+    Vector<WString> fields;
+    fields.add(text);
+    WString packed = text;
+    const auto expected = fieldsOf(text, c, flags, false);
+    for (const WString& field : expected) packed += c + field;
+    assert(split(text, c, fields, flags) == expected.size() + 1 && pack(fields, c) == packed);
+    assert(std::equal(expected.begin(), expected.end(), fields.begin() + 1));
+    const auto names = fieldsOf(text, L'/', SplitNoEmpties, false);
+    assert(splitFilename(text) == (names.empty() ? WString() : names.back()));
+}
+
+// Each step uses an element that may be the vector's own.
+template <class T>
+void checkVector(FuzzInput in) {
+    Vector<T> v;
+    std::vector<T> m;
+    const auto drop = [&](auto from, auto to) { m.erase(m.begin() + from, m.begin() + to); };
+    for (unsigned peak = 0; !in.empty();) {
+        const unsigned n = v.size(), at = in.pick(n + 1), to = in.pick(n + 1);
+        const T fresh(WString(in.pick(20), L'x').c_str()), &x = at < n ? v[at] : fresh, copy(x);
+        const auto found = static_cast<unsigned>(std::ranges::find(m, x) - m.begin());
+        const bool has = found < n;
+        unsigned index = found;
+        in.choose([&] { assert(v.push_back(x) == n), m.push_back(copy); },
+                  [&] { v.insert(x, to), m.insert(m.begin() + to, copy); },
+                  [&] { assert(v.intern(x, index = 0) == !has), m.insert(m.end(), !has, copy); },
+                  [&] { assert(v.removeIdx(to) == (to < n)), drop(to, std::min(to + 1, n)); },
+                  [&] { assert(v.removeItem(x) == has), drop(found, found + has); },
+                  [&] { assert(v.remove(at, to)), drop(at, std::max(at, to)); },
+                  [&] { v = Vector<T>(v), peak = 0; });
+        peak = std::max(peak, v.size());
+        assert(index == found && std::ranges::equal(v, m));
+        assert(v.getCapacity() == (peak > 0 ? std::max(4u, std::bit_ceil(peak)) : 0));
+    }
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput in(data, size);
@@ -12,8 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const WString text = take(), part = take(), other = take();
     const unsigned at = in.pick(text.size() + 1);
     const wchar_t c = at < text.size() ? text[at] : L'"';
-    const auto v = in.real();
-    assert(test::wrongNumbers(in.number<int>(), v, in.number<char>(), text) == 0);
-    assert(test::wrongAnswers(text, part, other, c, in.pick(4)) == 0);
+    checkTexts(text, part, other, c);
+    checkFields(text, c, in.pick(4));
+    checkVector<WString>(in), checkVector<String>(in);
     return 0;
 }

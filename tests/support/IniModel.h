@@ -12,25 +12,27 @@ namespace test {
 
 struct IniModel {
     struct Entry {
-        explicit Entry(const std::string& text) : line(text) {
-            const std::size_t end = std::string(text.c_str()).find('=');
-            if (end != std::string::npos)
-                attrib = text.substr(0, end), value = text.substr(end + 1);
+        std::string text(char separator) const {
+            return state == 2 ? attrib + separator + value : line;
         }
-        Entry(const std::string& a, char separator, const std::string& v)
-            : line(a + separator + v), attrib(a), value(v) {}
         std::string line, attrib, value;
+        int state = 0;
     };
     struct Section {
         std::string name;
         std::vector<Entry> entries;
     };
 
+    static Entry entryOf(const std::string& line, char separator) {
+        const std::size_t end = std::string(line.c_str()).find(separator);
+        if (end == std::string::npos) return {line, "", ""};
+        return {line, line.substr(0, end), line.substr(end + 1)};
+    }
     std::string keyOf(const std::string& name) const {
         return cased ? name.c_str() : folded<std::string>(name.c_str());
     }
-    Section& section(const std::string& name) {
-        return sections.try_emplace(keyOf(name), Section{name, {}}).first->second;
+    std::vector<Entry>& entriesOf(const std::string& name) {
+        return sections.try_emplace(keyOf(name), Section{name, {}}).first->second.entries;
     }
     void load(const std::string& file, char delimiter) {
         std::string controls = "\x7F", name = kAnonymous, line;
@@ -43,7 +45,7 @@ struct IniModel {
             if (line.size() > 1 && line[0] == '[' && line.back() == ']')
                 name = line.substr(1, line.size() - 2);
             else if (!line.empty())
-                section(name).entries.emplace_back(line);
+                entriesOf(name).push_back(entryOf(line, '='));
         }
     }
     std::string save() const {
@@ -54,7 +56,7 @@ struct IniModel {
             if (!anonymous) rest += (apart ? "\r\n[" : "[") + section.name + "]\r\n";
             if (!anonymous) apart = section.name.find_first_not_of(' ') != std::string::npos;
             for (const Entry& entry : section.entries)
-                (anonymous ? first : rest) += entry.line + "\r\n";
+                (anonymous ? first : rest) += entry.text('=') + "\r\n";
         }
         return first + rest;
     }

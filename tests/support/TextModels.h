@@ -1,11 +1,16 @@
 // Test support: what functions on texts of either width do, told once more.
 #pragma once
 
+#include <string>
 #include <vector>
 
-#include "Vorn/SplitFlags.h"
+#include "Vorn/String.h"
 
 namespace test {
+
+inline std::string bytesOf(const String& s) {
+    return {s, s.size()};
+}
 
 /// `text` with A to Z as a to z; with `first` 'a', the other way round.
 template <class Text>
@@ -32,10 +37,11 @@ std::vector<Text> fieldsOf(const Text& text, typename Text::value_type delim, un
     std::vector<Text> fields(1);
     bool quoted = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != delim || (quoted && (flags & SplitQuoted) && delim != '"'))
-            fields.back() += text[i];
-        else
+        if (text[i] == delim && !(quoted && (flags & SplitQuoted))) {
             fields.emplace_back();
+            continue;
+        }
+        fields.back() += text[i];
         if (text[i] == '"' && !(escapes && i > 0 && text[i - 1] == '\\')) quoted = !quoted;
     }
     if (!text.empty() && fields.back().empty()) fields.pop_back();
