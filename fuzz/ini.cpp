@@ -9,6 +9,7 @@
 namespace {
 
 using test::bytesOf, test::folded, test::IniModel;
+using Entries = VornIniFile::Entries;
 using Entry = IniModel::Entry;
 using Vorn::AttribValuePair, Vorn::StringManip::splitBuffer;
 
@@ -34,20 +35,19 @@ void checkEquality(const AttribValuePair& a, const AttribValuePair& b) {
     assert((a == b) == (states == 0 ? lines || parts : all));
 }
 
-void checkFind(VornIniFile::Entries& entries, const std::vector<Entry>& expected,
-               const std::string& prefix, bool cased) {
+void checkFind(const Entries& entries, const std::string& prefix, bool cased) {
     const auto seen = [&](const std::string& text) { return cased ? text : folded(text); };
-    const auto found = std::ranges::find_if(expected, [&](const Entry& entry) {
-        return seen(entry.attrib).starts_with(seen(prefix.c_str()));
-    });
-    const auto check = [&](auto& list) {
-        const auto at = VornIniFile::findBeginsWith(toString(prefix), list, cased, list.end());
-        assert(at - list.begin() == found - expected.begin());
+    const auto begins = [&](const AttribValuePair& entry) {
+        return seen(bytesOf(entry.getAttrib())).starts_with(seen(prefix.c_str()));
     };
-    check(entries), check(std::as_const(entries));
+    const auto found = std::ranges::find_if(entries, begins);
+    Entries copy(entries);
+    const auto same = VornIniFile::findBeginsWith(toString(prefix), copy, cased, copy.end());
+    assert(found - entries.begin() == same - copy.begin());
+    assert(VornIniFile::findBeginsWith(toString(prefix), entries, cased, entries.end()) == found);
 }
 
-void edit(FuzzInput& in, VornIniFile::Entries& entries, std::vector<Entry>& expected) {
+void edit(FuzzInput& in, Entries& entries, std::vector<Entry>& expected) {
     const char separator = "=: "[in.pick(3)];
     const std::string given = in.text(16);
     entries.emplace_back(toString(given), separator);
@@ -57,11 +57,11 @@ void edit(FuzzInput& in, VornIniFile::Entries& entries, std::vector<Entry>& expe
     Entry &entry = expected[x], source = expected[y];
     checkReads(pair, entry, separator);
     checkEquality(pair, other);
-    checkFind(entries, expected, given, in.flag());
+    checkFind(entries, given, in.flag());
     in.choose(
         [&] {
-            pair = AttribValuePair(other.getAttrib(), other.getValue(), ':');
-            entry = {source.attrib + ':' + source.value, source.attrib, source.value};
+            pair = AttribValuePair(other.getLine(), other.getValue(), ':');
+            entry = {source.line + ':' + source.value, source.line, source.value};
         },
         [&] {
             pair = AttribValuePair(WString(L"\xE9\0x", 3), L"", ';');
@@ -93,30 +93,31 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (!in.empty()) {
         auto chosen = model.sections.begin();
         std::advance(chosen, in.pick(model.sections.size() + 1));
-        const bool known = chosen != model.sections.end();
         const std::string text = in.flag() ? in.text(200) : model.save().substr(0, 200);
-        const std::string given = known ? chosen->first : text.substr(0, 8);
-        const std::string name = cased ? given : folded(given, 'a'), key = model.keyOf(name);
+        const std::string given =
+            chosen != model.sections.end() ? chosen->first : text.substr(0, 8);
+        const std::string name = cased ? given : folded(given, 'a');
         const char delimiter = "\n\n;"[in.pick(3)];
         const VornIniFile& reader = ini;
-        assert(reader.sectionExists(toString(name)) == model.sections.contains(key));
+        assert(reader.sectionExists(toString(name)) == model.sections.contains(name));
         in.choose(
             [&] {
                 files.put(L"in", text), model.load(text, delimiter);
                 assert(ini.load(L"in", delimiter) == !text.empty());
             },
             [&] {
-                assert(ini.removeSection(toString(name)) == model.sections.erase(key));
+                assert(ini.removeSection(toString(name)) == model.sections.erase(name));
                 assert(&reader[toString(name)] == &reader.getSection("none of these"));
             },
-            [&] { edit(in, ini[toString(name)], model.entriesOf(name)); });
+            [&] { edit(in, ini[toString(name)], model.sections[name]); });
     }
     const std::string saved = model.save();
     assert(ini.save(L"out") && files.get(L"out") == saved);
     auto walk = ini.getSectionIterator();
-    for (auto s = model.sections.begin(); s != model.sections.end(); ++s, walk++)
-        assert(&std::as_const(ini)[toString(s->first)] == &*walk &&
-               walk.name() == toString(s->second.name));
+    for (const auto& [name, entries] : model.sections) {
+        assert(walk.name() == toString(name) && &std::as_const(ini)[walk.name()] == &*walk);
+        walk++;
+    }
     assert(!walk.valid() && ini.getNumSections() == model.sections.size());
 
     const VornIniFile again(L"out", true, cased);

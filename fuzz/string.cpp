@@ -74,14 +74,14 @@ void checkRep(const std::string& text, char c, unsigned from, unsigned to) {
     assert(std::string(copy->buffer, 2) == c + std::string(1, '\0'));
     // Searching ends at the zero byte; what stands behind it moves along.
     const std::string cut = text.c_str();
-    const std::string made = substituted<std::string>(cut, &text[from], &text[to], false);
+    const std::string made =
+        substituted<std::string>(cut, &text[from], &text[to], false) + text.substr(cut.size());
     rep.substitute(rep.buffer + from, rep.buffer + to);
-    assert(bytes() == made + text.substr(cut.size()));
-    assert(rep.capacity ==
-           (made.size() > cut.size() ? StringRep::sizeFor(rep.length) : text.size() + 1));
+    assert(bytes() == made);
+    const unsigned room = StringRep::sizeFor(rep.length);
+    assert(rep.capacity == (made.size() > text.size() ? room : text.size() + 1));
     rep.append(nullptr, 1), rep.resizeFor(from);
-    assert(rep.capacity == StringRep::sizeFor(from));
-    assert(bytes() == (made + text.substr(cut.size())).substr(0, rep.capacity - 1));
+    assert(rep.capacity == StringRep::sizeFor(from) && bytes() == made.substr(0, rep.capacity - 1));
 }
 
 // The operands may be parts of the string that is edited, or of one that shares its text.
@@ -95,8 +95,8 @@ void edit(Strings& all, FuzzInput& in) {
     const unsigned at = in.pick(s.size() + 4), count = in.flag() ? n : 0 - n;
     const char *const src = source.textAt(0), *const text = source.textAt(offset);
     const std::string given = all.models[k], taken = given.substr(offset, n), word = &given[offset];
-    const std::string old = p, cut = old.c_str(),
-                      own = repOf(s) && repOf(s)->refCount > 1 ? m.c_str() : m;
+    const bool shared = repOf(s) && repOf(s)->refCount > 1;
+    const std::string old = p, cut = old.c_str(), own = shared ? m.c_str() : m;
     const char c = n > 0 ? taken[0] : in.number<char>(), d = o.size() > n ? old[n] : '\0';
     std::string wide = own, written;
     wide.resize(std::max<std::size_t>(at, own.size()), ' '), (written = wide).replace(at, 1, 1, d);
@@ -113,7 +113,11 @@ void edit(Strings& all, FuzzInput& in) {
         [&] { s = String(o, n), m = old.substr(0, n); },
         [&] { s = String(L"\xE9"), m = "\xC3\xA9"; }, [&] { s = o, m = old; },
         [&] { s = std::move(o), m = std::exchange(p, ""); },
-        [&] { m = o.textAt(0) ? own + old : m, s += o; },
+        [&] {
+            const bool takes = !repOf(s) && o.textAt(0);
+            m = o.textAt(0) ? own + old : m, s += o;
+            assert(!takes || repOf(s) == repOf(o));
+        },
         [&] { s += text, m = text ? own + word : m; }, [&] { s += c, m = own + c; },
         [&] { s = o + source, m = src ? cut + given : old; },
         [&] { s = o + text, m = text ? cut + word : old; },

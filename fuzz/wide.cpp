@@ -49,7 +49,7 @@ void checkFields(const WString& text, wchar_t c, unsigned flags) {
 // Each step uses an element that may be the vector's own.
 template <class T>
 void checkVector(FuzzInput in) {
-    Vector<T> v;
+    Vector<T> v, other;
     std::vector<T> m;
     const auto drop = [&](auto from, auto to) { m.erase(m.begin() + from, m.begin() + to); };
     for (unsigned peak = 0; !in.empty();) {
@@ -61,10 +61,15 @@ void checkVector(FuzzInput in) {
         in.choose([&] { assert(v.push_back(x) == n), m.push_back(copy); },
                   [&] { v.insert(x, to), m.insert(m.begin() + to, copy); },
                   [&] { assert(v.intern(x, index = 0) == !has), m.insert(m.end(), !has, copy); },
-                  [&] { assert(v.removeIdx(to) == (to < n)), drop(to, std::min(to + 1, n)); },
+                  [&] {
+                      assert(v.removeIdx(to) == (to < n)), drop(to, std::min(to + 1, n));
+                      assert(to == n || v.end()[0] == T());
+                  },
                   [&] { assert(v.removeItem(x) == has), drop(found, found + has); },
                   [&] { assert(v.remove(at, to)), drop(at, std::max(at, to)); },
-                  [&] { v = Vector<T>(v), peak = 0; });
+                  [&] { v = Vector<T>(v), peak = 0; },
+                  [&] { v.consume(v), other.consume(v), v.consume(other); });
+        assert(!other.begin() && !other.size() && !other.getCapacity());
         peak = std::max(peak, v.size());
         assert(index == found && std::ranges::equal(v, m));
         assert(v.getCapacity() == (peak > 0 ? std::max(4u, std::bit_ceil(peak)) : 0));

@@ -1,6 +1,7 @@
 // Test support: what an INI file holds and how it is saved, told once more.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -18,10 +19,6 @@ struct IniModel {
         std::string line, attrib, value;
         int state = 0;
     };
-    struct Section {
-        std::string name;
-        std::vector<Entry> entries;
-    };
 
     static Entry entryOf(const std::string& line, char separator) {
         const std::size_t end = std::string(line.c_str()).find(separator);
@@ -30,9 +27,6 @@ struct IniModel {
     }
     std::string keyOf(const std::string& name) const {
         return cased ? name.c_str() : folded<std::string>(name.c_str());
-    }
-    std::vector<Entry>& entriesOf(const std::string& name) {
-        return sections.try_emplace(keyOf(name), Section{name, {}}).first->second.entries;
     }
     void load(const std::string& file, char delimiter) {
         std::string controls = "\x7F", name = kAnonymous, line;
@@ -45,25 +39,27 @@ struct IniModel {
             if (line.size() > 1 && line[0] == '[' && line.back() == ']')
                 name = line.substr(1, line.size() - 2);
             else if (!line.empty())
-                entriesOf(name).push_back(entryOf(line, '='));
+                sections[name].push_back(entryOf(line, '='));
         }
     }
     std::string save() const {
         std::string first, rest;
-        bool apart = sections.contains(keyOf(kAnonymous));
-        for (const auto& [key, section] : sections) {
-            const bool anonymous = key == keyOf(kAnonymous);
-            if (!anonymous) rest += (apart ? "\r\n[" : "[") + section.name + "]\r\n";
-            if (!anonymous) apart = section.name.find_first_not_of(' ') != std::string::npos;
-            for (const Entry& entry : section.entries)
+        bool apart = sections.contains(kAnonymous);
+        for (const auto& [name, entries] : sections) {
+            const bool anonymous = keyOf(name) == keyOf(kAnonymous);
+            if (!anonymous) rest += (apart ? "\r\n[" : "[") + name + "]\r\n";
+            if (!anonymous) apart = name.find_first_not_of(' ') != std::string::npos;
+            for (const Entry& entry : entries)
                 (anonymous ? first : rest) += entry.text('=') + "\r\n";
         }
         return first + rest;
     }
 
     static constexpr char kAnonymous[] = "@@@ANONYMOUS_SECTION_RESERVED_NAME@@@";
+    using Less = std::function<bool(const std::string&, const std::string&)>;
     bool cased;
-    std::map<std::string, Section> sections{};
+    std::map<std::string, std::vector<Entry>, Less> sections{
+        [this](const auto& a, const auto& b) { return keyOf(a) < keyOf(b); }};
 };
 
 }  // namespace test
