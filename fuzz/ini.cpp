@@ -115,8 +115,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     assert(ini.save(L"out") && files.get(L"out") == saved);
     auto walk = ini.getSectionIterator();
     for (const auto& [name, entries] : model.sections) {
-        assert(walk.name() == toString(name) && &std::as_const(ini)[walk.name()] == &*walk);
-        walk++;
+        const auto here = walk++;
+        assert(here.name() == toString(name) && &*here == &std::as_const(ini)[here.name()]);
     }
     assert(!walk.valid() && ini.getNumSections() == model.sections.size());
 

@@ -78,6 +78,7 @@ TEST(IniFile, FailuresSayWhatWasTried) {
     auto walk = ini.getSectionIterator();
     VornIniFile::ConstSectionIterator reader;
     EXPECT_FALSE(walk.valid() || reader.valid());
+    EXPECT_FALSE(ini.load(WString(L"/proc/self/exe\0", 15), '\n'));
     const std::string read = "RuntimeError: Attempted to dereference invalid iterator";
     const std::string move = "RuntimeError: Attempted to manipulate invalid iterator";
     const std::string find = "LogicError: Not implemented yet!";
