@@ -33,16 +33,10 @@ TEST(Exception, HoldsItsTextsInOrder) {
     }
 }
 
-struct TickingClock : test::ForwardingText {
-    double nowMilliseconds() override { return ms += 250.0; }
-
-    double ms = 1000.0;
-    test::Override<iTextServices> installation{this};
-};
-
 // In a process that has logged nothing before: the first line is timed before the start is taken.
 TEST(Check, LogsFailuresAndSlowCalls) {
-    const TickingClock clock;
+    test::Clock clock(1000);
+    clock.step = 250;
     testing::internal::CaptureStdout();
     EXPECT_TRUE(checkAndLog(0, "f", 1, "e", true) && !checkAndLog(-1, "f", 2, "e", false));
     EXPECT_TRUE(checkAndLog(0, "f", 3, "e", true, 10.0, 9.99));

@@ -5,7 +5,6 @@
 // those that are complete install themselves for as long as they live.
 #pragma once
 
-#include <atomic>
 #include <map>
 #include <mutex>
 #include <new>
@@ -49,31 +48,6 @@ struct ForwardingText : iTextServices {
     iTextServices* const next = OS()->textServices();
 };
 
-struct ForwardingFiles : iFileServices {
-    Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
-        return next->openFile(path, a, b, c, d);
-    }
-    wchar_t pathSeparator() override { return next->pathSeparator(); }
-
-    iFileServices* const next = OS()->fileServices();
-};
-
-/// Counts the calls too.
-struct ForwardingAtomics : iAtomicServices {
-    void increment(std::int32_t* n) override { ++increments, next->increment(n); }
-    std::int32_t decrement(std::int32_t* n) override { return ++decrements, next->decrement(n); }
-    void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
-        return next->compareExchangePointer(target, exchange, comparand);
-    }
-
-    iAtomicServices* const next = OS()->atomicServices();
-    std::atomic<unsigned> increments{0}, decrements{0};
-};
-
-struct RecordingAtomics : ForwardingAtomics {
-    Override<iAtomicServices> installation{this};
-};
-
 /// What this thread allocates in this scope passes every ledger by: the blocks of doubles and of
 /// assertions are not the library's.
 struct Unledgered {
@@ -102,10 +76,8 @@ struct MemoryLedger : ForwardingMemory {
 
     /// The n-th allocation from now on throws `std::bad_alloc`, once; 0 for none.
     void failAt(std::size_t n) { failIn = n; }
-    /// How many allocations were refused, how many blocks were handed out, and how many of these
-    /// are not released.
+    /// How many allocations were refused, and how many of the blocks handed out are not released.
     std::size_t refusals() const { return refused; }
-    std::size_t allocations() const { return requested.size(); }
     std::size_t live() const { return blocks.size(); }
     /// The size of every block that was handed out, in order. A list to compare it with counts too.
     const std::vector<std::size_t>& sizes() const { return requested; }
@@ -119,7 +91,7 @@ struct MemoryLedger : ForwardingMemory {
 
 /// Files in memory, for one thread. A file opened for writing becomes visible, with what was
 /// written, when its last handle goes.
-struct MemoryFiles : ForwardingFiles {
+struct MemoryFiles : iFileServices {
     struct File : posix::Counted<iFile> {
         File(MemoryFiles& owner, const WString& name, const std::string& bytes)
             : files(owner), path(name), content(bytes) {}
@@ -152,6 +124,7 @@ struct MemoryFiles : ForwardingFiles {
     }
     /// The bytes of a file; none for a file that does not exist.
     std::string get(const WString& p) const { return contents.count(p) ? contents.at(p) : ""; }
+    wchar_t pathSeparator() override { return '/'; }
     Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
         const Unledgered unledgered;
         calls.push_back("open " + std::string(path.begin(), path.end()));
@@ -167,13 +140,12 @@ struct MemoryFiles : ForwardingFiles {
     Override<iFileServices> installation{this};
 };
 
-/// A clock that stands still.
-struct FixedClock : ForwardingText {
-    explicit FixedClock(double milliseconds) : ms(milliseconds) {}
-    double nowMilliseconds() override { return ++readings, ms; }
+/// A clock that stands still, or goes on by a step at every reading.
+struct Clock : ForwardingText {
+    explicit Clock(double milliseconds) : ms(milliseconds) {}
+    double nowMilliseconds() override { return ms += step; }
 
-    double ms;
-    unsigned readings = 0;
+    double ms, step = 0;
     Override<iTextServices> installation{this};
 };
 
