@@ -13,8 +13,7 @@ TEST(CRC, BlocksAndBytesFollowTheDivision) {
     std::uint64_t check = 0;
     unsigned iterated = 0;
     for (unsigned n = 0; n < 300; ++n) {
-        ASSERT_EQ(Vorn::CRC::CalculateCRC32ForBlock(bytes, n), check) << n;
-        ASSERT_EQ(iterated, check) << n;
+        ASSERT_TRUE(Vorn::CRC::CalculateCRC32ForBlock(bytes, n) == check && iterated == check) << n;
         bytes[n] = static_cast<char>(n * 37);
         iterated = Vorn::CRC::IterateCRC32(bytes[n], iterated);
         for (int bit = 0; bit < 8; ++bit)

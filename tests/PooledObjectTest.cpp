@@ -38,14 +38,13 @@ std::string lineOf(const std::string& name, int maxInUse = 0, const std::string&
 const auto& root = *new std::string(testing::TempDir() + "vorn" + std::to_string(::getpid()) + '/');
 const auto& folder = *new std::string(root + "Vornhold/Logs/");
 
-struct Logs : iPathServices {
+struct Logs {
     Logs() { std::filesystem::create_directories(folder); }
-    ~Logs() override { std::filesystem::remove_all(root); }
-    WString getFolderPath(int) override { return WString(root.begin(), root.end()); }
+    ~Logs() { std::filesystem::remove_all(root); }
     std::string takeReport();
 
     unsigned headers = 0;
-    test::Override<iPathServices> installation{this};
+    test::Folder installation{root};
 };
 
 // Headers are taken out and counted.

@@ -1,11 +1,9 @@
 #!/usr/bin/env python3
-"""Takes the code blocks out of documents, so that they are compiled and run.
+"""The code blocks of documents, compiled and run.
 
 blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
-blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the document shows. A block with the name
-    of a file is that file, written when it is not there and compared when it is. A console block
-    holds commands, each after "$ ", and what they print.
-"""
+blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the console blocks show, each command
+    after "$ ". A block with a file's name is written, or compared where the file is there."""
 import os
 import pathlib
 import re

@@ -7,18 +7,14 @@
 namespace {
 
 struct Values {
-    String text{"two\nlines"};
-    String blank;
+    String text{"two\nlines"}, blank;
     SubString view{text, 4, 5};
     WString wide{L"gr\u00fcn"};
     Vector<String> list;
-    Vorn::Ptr<String> held{new String("shared")};
-    Vorn::Ptr<String> other{held};
-    Vorn::Ptr<String> none;
+    Vorn::Ptr<String> held{new String("shared")}, other{held}, none;
     CriticalSection lock{"guard"};
     VornIniFile settings{false};
-    char released[sizeof(String)];
-    char wild[sizeof(String)]{1};
+    char released[sizeof(String)], wild[sizeof(String)]{1};
 };
 
 [[gnu::noinline]] void ready(const Values& values) {
@@ -29,8 +25,7 @@ struct Values {
 
 int main() {
     Values values;
-    values.list.add("one");
-    values.list.add(values.text);
+    values.list.add("one"), values.list.add(values.text);
     values.settings["Video"].emplace_back("Width=1920", '=');
     values.settings["Video"].emplace_back("; kept", '=');
     values.settings["Video"].front().setValue("3840");
@@ -39,7 +34,6 @@ int main() {
         const String gone("gone");
         std::memcpy(values.released, static_cast<const void*>(&gone), sizeof(gone));
     }
-    const EasyCrit once(values.lock);
-    const EasyCrit twice(values.lock);
+    const EasyCrit once(values.lock), twice(values.lock);
     ready(values);
 }

@@ -5,6 +5,7 @@
 // those that are complete install themselves for as long as they live.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <new>
@@ -147,6 +148,33 @@ struct Clock : ForwardingText {
 
     double ms, step = 0;
     Override<iTextServices> installation{this};
+};
+
+/// Locks that note how many entries are held, and the value that the last one was made with.
+struct Threads : iThreadServices {
+    struct Lock : posix::Counted<iCriticalSection> {
+        void enter() override { lock->enter(), ++held; }
+        bool tryEnter() override { return lock->tryEnter() && ++held; }
+        void leave() override { --held, lock->leave(); }
+        Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
+    };
+    Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
+        return value = n, (new Lock)->handOver();
+    }
+    unsigned currentThreadId() override { return posix::threadServices->currentThreadId(); }
+
+    static inline std::atomic<int> held = 0;
+    unsigned value = 0;
+    Override<iThreadServices> installation{this};
+};
+
+/// Every folder is this one.
+struct Folder : iPathServices {
+    explicit Folder(const std::string& name) : path(name.begin(), name.end()) {}
+    WString getFolderPath(int) override { return path; }
+
+    const WString path;
+    Override<iPathServices> installation{this};
 };
 
 }  // namespace test
