@@ -51,7 +51,8 @@ TEST(Threads, LoseNothing) {
         [&](unsigned, unsigned n) {
             if (n % 3 > 0 || lock.attemptEntry() != 0) lock.enter();
             EXPECT_TRUE(++entries % 50000 != 0 || (std::this_thread::yield(), lock.owner() != 0));
-            lock.leave();
+            EXPECT_EQ(lock.attemptEntry(), 0);
+            lock.leave(), lock.leave();
         },
     };
     for (const auto& work : works) {

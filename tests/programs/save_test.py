@@ -18,7 +18,7 @@ NOBODY = 65534 if ROOT else 0
 APART = (ROOT and ctypes.CDLL(None).unshare(0x20000) == 0
          and subprocess.call(["mount", "--make-rprivate", "/"]) == 0)
 OLD = b"old\n" * 99999
-NEW = b"[s]\r\n" + b"".join(b"n" * size + b"\r\n" for size in (70000, 40000, 40000, 9))
+NEW = b"[s]\r\n" + b"".join(b"n" * size + b"\r\n" for size in (65535, 40000, 40000, 9))
 KILLED, PLANTED, SHORT = -1, -2, -3
 CALLS = "openat", "fchmod", "write", "fsync", "close", "renameat"
 FAULTS = KILLED, SHORT, errno.EINTR, errno.EIO, errno.ENOSPC

@@ -68,8 +68,8 @@ int main(int, char** argv) {
     std::istringstream(argv[2]) >> user >> faulty >> nth >> fault;
     if (user != 0 && (::setgid(user) != 0 || ::setuid(user) != 0)) return 8;
     VornIniFile ini(true);
-    // Several buffers full; one entry is larger than a buffer.
-    for (const unsigned size : {70'000u, 40'000u, 40'000u, 9u})
+    // Several buffers full; one entry is a byte larger than a buffer.
+    for (const unsigned size : {65'535u, 40'000u, 40'000u, 9u})
         ini["s"].emplace_back(String('n', size), '=');
     watching = true;
     const bool saved = ini.save(path);
