@@ -4,10 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "Vorn/Check.h"
-#include "Vorn/Exception.h"
-#include "Vorn/LogTimed.h"
-#include "Vorn/Time.h"
+#include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {

@@ -2,8 +2,7 @@
 
 #include <cstring>
 
-#include "Vorn/CRC.h"
-#include "Vorn/PlayoutFCC.h"
+#include "Vorn/Vorn.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "Vorn/VornNamedObjects.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -11,8 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Vorn/CRC.h"
-#include "Vorn/Exception.h"
+#include "Vorn/Vorn.h"
 
 namespace {
 

@@ -7,10 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "Vorn/CriticalSection.h"
-#include "Vorn/LockFreeStack.h"
-#include "Vorn/Ptr.h"
-#include "Vorn/String.h"
+#include "Vorn/Vorn.h"
 
 namespace {
 
