@@ -21,8 +21,6 @@ using namespace Vorn;
 using namespace Vorn::Check::Private;
 using namespace Vorn::PooledObjectDebug;
 using Builder = VornIniFile_Private::SectionsBuildingOutputIterator;
-using Order = VornIniFile_Private::StringLT_Fancy;
-using Sections = VornIniFile::Sections;
 using Handle = Vorn::Ptr<int>;
 using Logger = LoggingTraitsBase;
 using Pair = AttribValuePair;
@@ -88,6 +86,7 @@ struct Subject {
     Vector<int> ints;
     Pair kv{"key=value", '='};
     VornIniFile ini{L"input", false, false};
+    VornIniFile::Sections built{VornIniFile_Private::StringLT_Fancy{true}};
     CriticalSection lock{"lock"};
     NamedObjectsNamespace reg{"space"};
     Handle ptr{new int(1)};
@@ -168,9 +167,8 @@ std::vector<Row> Subject::rows() {
         OP(ini = VornIniFile(L"input", false, true)),
         OP(adding = true; ini = VornIniFile(L"input", true, true)), OP(ini = VornIniFile(ini)),
         OP(ini.save(L"output")), OP(adding = true; ini.load(L"input", '\n')), OP(ini["New"]),
-        OP(ini.getSection("New")), OP(Sections all(Order{true}); Builder{&all} = " some = text "),
-        OP(Sections all(Order{true}); Builder{&all} = "[New]"),
-        OP(Sections all(Order{true}); StringManip::splitBuffer(Builder(&all), "a,b", 3, ',')),
+        OP(ini.getSection("New")), OP(Builder{&built} = " some = text "),
+        OP(Builder{&built} = "[New]"), OP(StringManip::splitBuffer(Builder(&built), "a,b", 3, ',')),
         OP(CriticalSection{}), OP(CriticalSection("name")), OP(CriticalSection(1u)),
         OP(lock.init(1)), OP(lock.setName("name")),
         OP(auto i = std::make_unique<int>(); ptr = Handle(i.get()), i.release()),

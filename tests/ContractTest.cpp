@@ -52,12 +52,15 @@ TEST(Contract, OperationsKeepTheirPositions) {
 
 // Hands out one block, or fails where it has none, and notes what it was given.
 struct OneBlock : test::ForwardingMemory {
-    void* allocate(std::size_t bytes) override { return asked = bytes, block ? block : throw 1; }
+    void* allocate(std::size_t bytes) override {
+        return asked = bytes, block || quiet ? block : throw 1;
+    }
     void free(void* released) override { freed = released; }
 
     alignas(128) char storage[64];
     void *block = storage, *freed = nullptr;
     std::size_t asked = 0;
+    bool quiet = false;  // Whether it fails with null.
 };
 
 // Blocks aligned to a `unit` above 0 start at the first multiple that leaves a word below it. The
@@ -65,23 +68,22 @@ struct OneBlock : test::ForwardingMemory {
 void check(std::size_t unit, bool nothrow, const std::function<void*(std::size_t)>& obtain,
            const std::function<void(void*)>& release) {
     OneBlock memory;
-    const auto run = [&](std::size_t bytes) {
-        const test::Override<iMemoryServices> guard(&memory);
-        void* const block = obtain(bytes);
-        return release(block), block;
-    };
+    using Guard = test::Override<iMemoryServices>;
     for (const std::size_t offset : {0u, 4u, 8u, 12u}) {
         memory.block = memory.storage + offset;
-        EXPECT_EQ(run(offset),
-                  memory.storage + (unit ? (offset + 7 + unit) / unit * unit : offset));
+        void* const block = (Guard(&memory), obtain(offset));
+        (Guard(&memory), release(block));
+        EXPECT_EQ(block, memory.storage + (unit ? (offset + 7 + unit) / unit * unit : offset));
         EXPECT_TRUE(memory.asked == offset + 2 * unit && memory.freed == memory.block);
     }
     memory.block = nullptr;
-    EXPECT_TRUE(!nothrow || (!run(0) && !obtain(SIZE_MAX - unit)));
-    if (!nothrow) {
-        EXPECT_DEATH(run(0), "terminate");
-        EXPECT_THROW(obtain(SIZE_MAX - unit), std::bad_alloc);
-    }
+    EXPECT_TRUE(!nothrow || (Guard(&memory), !obtain(0) && !obtain(SIZE_MAX - unit)));
+    memory.quiet = true;
+    EXPECT_EQ((Guard(&memory), obtain(0)), nullptr);
+    memory.quiet = false;
+    if (nothrow) return;
+    EXPECT_DEATH((Guard(&memory), obtain(0)), "terminate");
+    EXPECT_THROW(obtain(SIZE_MAX - unit), std::bad_alloc);
 }
 
 template <class... Arguments>
