@@ -77,10 +77,10 @@ void check(std::size_t unit, bool nothrow, const std::function<void*(std::size_t
         EXPECT_TRUE(memory.asked == offset + 2 * unit && memory.freed == memory.block);
     }
     memory.block = nullptr;
-    EXPECT_TRUE(!nothrow || (Guard(&memory), !obtain(0) && !obtain(SIZE_MAX - unit)));
-    memory.quiet = true;
-    EXPECT_EQ((Guard(&memory), obtain(0)), nullptr);
-    memory.quiet = false;
+    for (const bool quiet : {nothrow, false}) {
+        memory.quiet = quiet;
+        EXPECT_TRUE(!nothrow || (Guard(&memory), !obtain(0) && !obtain(SIZE_MAX - unit)));
+    }
     if (nothrow) return;
     EXPECT_DEATH((Guard(&memory), obtain(0)), "terminate");
     EXPECT_THROW(obtain(SIZE_MAX - unit), std::bad_alloc);
