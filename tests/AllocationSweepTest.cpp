@@ -7,9 +7,7 @@
 
 #include <functional>
 #include <memory>
-#include <new>
 #include <sstream>
-#include <string>
 #include <tuple>
 
 #include "Vorn/Vorn.h"

@@ -6,10 +6,7 @@
 #include <bit>
 #include <cstdint>
 #include <functional>
-#include <new>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <string>
 
 #include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"

@@ -5,17 +5,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "tests/support/TestPlatform.h"
 
