@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <thread>
+#include <utility>
 
 #include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"
@@ -99,8 +100,9 @@ TEST(Contract, MemoryComesFromThePlatform) {
     check(16, false, CPUAlignedNew, CPUAlignedDelete);
 }
 
-// A letter for each call: n new block, + and - for the counter, f block freed, and ~ for the
-// object's destructor. Few enough at a time that the string does not allocate.
+// A letter for each call: n new block, + and - for the counter, f block freed, l and x for an
+// exchange, l where the new node leads to the old one, and ~ for the object's destructor. Few
+// enough at a time that the string does not allocate.
 std::string calls;
 
 struct Traced : test::ForwardingMemory, iAtomicServices {
@@ -108,7 +110,10 @@ struct Traced : test::ForwardingMemory, iAtomicServices {
     void free(void* block) override { calls += 'f', next->free(block); }
     void increment(std::int32_t* n) override { calls += '+', ++*n; }
     std::int32_t decrement(std::int32_t* n) override { return calls += '-', --*n; }
-    void* compareExchangePointer(void**, void*, void*) override { return nullptr; }
+    void* compareExchangePointer(void** target, void* fresh, void* old) override {
+        calls += fresh && *static_cast<void**>(fresh) == old ? 'l' : 'x';
+        return std::exchange(*target, fresh);
+    }
 
     test::Override<iMemoryServices> memory{this};
     test::Override<iAtomicServices> atomics{this};
@@ -144,6 +149,15 @@ TEST(Contract, HandlesCallThePlatformInOrder) {
     EXPECT_EQ(copy.get(), nullptr);
     Internal internal = Internal::adopt(objects[1], &objects[1]->references), second(internal);
     EXPECT_EQ(trace([&] { second = Internal(), internal = Internal(); }), "--~f");
+}
+
+TEST(Contract, StacksLinkNodesBeforeTheyShow) {
+    struct Node {
+        Node* next = nullptr;
+    } nodes[2];
+    Vorn::LockFree::Stack<Node> stack;
+    EXPECT_EQ(trace([&] { stack.push(&nodes[0]), stack.push(&nodes[1]); }), "l+l+");
+    EXPECT_EQ(trace([&] { stack.pop(), stack.pop(), stack.pop(); }), "x-x-");
 }
 
 CriticalSection::Rep& repOf(CriticalSection& section) {
