@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The code blocks of documents, compiled and run.
 
-blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
-blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the console blocks show, each command
+doc_blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
+doc_blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the console blocks show, each command
     after "$ ". A block with a file's name is written, or compared where the file is there."""
 import os
 import pathlib
