@@ -93,6 +93,7 @@ void edit(Strings& all, FuzzInput& in) {
     if (s.size() > 200) s = String(), m = "";
     const unsigned offset = in.pick(source.size() + 1), n = in.pick(source.size() - offset + 1);
     const unsigned at = in.pick(s.size() + 4), count = in.flag() ? n : 0 - n;
+    const unsigned asked = source.textAt(0) ? n : at;  // Null gives nothing, whatever is asked for.
     const char *const src = source.textAt(0), *const text = source.textAt(offset);
     const std::string given = all.models[k], taken = given.substr(offset, n), word = &given[offset];
     const bool shared = repOf(s) && repOf(s)->refCount > 1;
@@ -108,7 +109,7 @@ void edit(Strings& all, FuzzInput& in) {
     };
     in.choose(
         [&] { m = in.text(12), s = String(m.data(), static_cast<unsigned>(m.size())); },
-        [&] { s = String(text, n), m = taken; }, [&] { s = String(text), m = word; },
+        [&] { s = String(text, asked), m = taken; }, [&] { s = String(text), m = word; },
         [&] { s = c, m = c; }, [&] { s = String(c, n), m = std::string(n, c); },
         [&] { s = String(o, n), m = old.substr(0, n); },
         [&] { s = String(L"\xE9"), m = "\xC3\xA9"; }, [&] { s = o, m = old; },
@@ -123,9 +124,9 @@ void edit(Strings& all, FuzzInput& in) {
         [&] { s = o + text, m = text ? cut + word : old; },
         [&] { s = (text ? text : "") + o, m = word + old; }, [&] { add(in.number<int>()); },
         [&] { add(in.number<unsigned>()); }, [&] { add(in.real()); },
-        [&] { s.insert(src, n, offset, at), m = wide.insert(at, taken); },
-        [&] { s.replace(src, n, offset, at), m = wide.replace(at, n, taken); },
-        [&] { s.replaceAll(text, n), m = taken; },
+        [&] { s.insert(src, asked, offset, at), m = wide.insert(at, taken); },
+        [&] { s.replace(src, asked, offset, at), m = wide.replace(at, n, taken); },
+        [&] { s.replaceAll(text, asked), m = taken; },
         [&] { s.remove(at, count), m = wide.erase(at, count).substr(0, own.size()); },
         [&] {
             if (own == m) s.substitute(c, d), std::ranges::replace(m, c, d);
