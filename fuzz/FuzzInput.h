@@ -21,7 +21,7 @@ public:
 
     bool empty() const { return left.empty(); }
     std::string text(std::size_t limit) {
-        const std::string taken(left.substr(0, pick(limit + 1)));
+        std::string taken(left.substr(0, pick(limit + 1)));
         left.remove_prefix(taken.size());
         return taken;
     }

@@ -46,13 +46,13 @@ TEST(Text, LengthsStayBelow2GiB) {
 struct MarkedText : test::ForwardingText {
     WString wideFromAscii(const char* text) override { return L"A" + next->wideFromAscii(text); }
     WString wideFromUtf8(const char* text) override { return L"U" + next->wideFromUtf8(text); }
-    UTF8String utf8FromWide(const WString& text) override { return "W" + next->utf8FromWide(text); }
+    UTF8String utf8FromWide(const WString& text) override { return next->utf8FromWide(text) + "W"; }
 };
 
 TEST(WString, ConversionsAreThePlatforms) {
     MarkedText text;
     const test::Override<iTextServices> texts(&text);
-    EXPECT_EQ(UTF8FromWString(L"\xE9") + static_cast<const char*>(String(L"a")), "W\xC3\xA9Wa");
+    EXPECT_EQ(UTF8FromWString(L"\xE9") + static_cast<const char*>(String(L"a")), "\xC3\xA9WaW");
     EXPECT_EQ(WStringFromUTF8("\xC3\xA9") + WStringFromUTF8(nullptr), L"U\xE9U");
     EXPECT_EQ(WStringFromAscii(nullptr) + WStringFromFloat(1.5, 1, false), L"AA1.5");
 }
