@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Vorn/Vorn.h"
+#include "tests/support/TestPlatform.h"
 
 namespace {
 
@@ -107,6 +108,7 @@ TEST(NamedObjects, BehaveLikeAMap) {
 
 // Eight threads meet at fresh keys, while all that can wait for a held key does.
 TEST(NamedObjects, ThreadsShareKeysAndWaitForNoOthers) {
+    const test::Threads locks;
     Vorn::NamedObjectsNamespace owner("test");
     space = &owner, type = &typeid(int), name = "held", argument = objects, makings = 0;
     space->lock_(*type, name, true);

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/posix/Services.h"
@@ -150,12 +151,13 @@ struct Clock : ForwardingText {
     Override<iTextServices> installation{this};
 };
 
-/// Locks that note how many entries are held, and the value that the last one was made with.
+/// Locks that note how many entries are held, and the value that the last one was made with. Others
+/// have their turn after each, so that what a lock should have covered shows.
 struct Threads : iThreadServices {
     struct Lock : posix::Counted<iCriticalSection> {
         void enter() override { lock->enter(), ++held; }
         bool tryEnter() override { return lock->tryEnter() && ++held; }
-        void leave() override { --held, lock->leave(); }
+        void leave() override { --held, lock->leave(), std::this_thread::yield(); }
         Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
     };
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
