@@ -17,6 +17,8 @@ ROOT = os.geteuid() == 0
 NOBODY = 65534 if ROOT else 0
 APART = (ROOT and ctypes.CDLL(None).unshare(0x20000) == 0
          and subprocess.call(["mount", "--make-rprivate", "/"]) == 0)
+ACLS = 0 == subprocess.call(
+    'f=$(mktemp) && setfacl -m u:1:r "$f"; code=$?; rm "$f"; exit $code', shell=True)
 OLD = b"old\n" * 99999
 NEW = b"[s]\r\n" + b"".join(b"n" * size + b"\r\n" for size in (65535, 40000, 40000, 9))
 KILLED, PLANTED, SHORT = -1, -2, -3
@@ -44,6 +46,10 @@ ROWS = [
     ("chown 7:8 file; chmod 6751 file", ["file"], "replaced new", True),
     ("mount --bind file file", ["file"], "same new", True),
     ("mount -t tmpfs -o size=500k none aim; cp file aim", ["aim/file"], "same old", True)]
+
+
+ACL_ROWS = [("setfacl -m u:1:rw file", ["file"], "same new", False),
+            ("setfacl -d -m u:1:rw .", ["file"], "same new", False)]
 
 
 def start(prepare=""):
@@ -120,7 +126,7 @@ class SaveTest(unittest.TestCase):
 
     def test_links_modes_owners_and_full_disks(self):
         print("mounts:", "included" if APART else "left out, since they are not permitted")
-        for prepare, paths, expected, as_root in ROWS[:8 + 3 * ROOT + 2 * APART]:
+        for prepare, paths, expected, as_root in ACL_ROWS * ACLS + ROWS[:8 + 3 * ROOT + 2 * APART]:
             for path in paths:
                 start(prepare)
                 found = outcome(path, user=0 if as_root else NOBODY)
