@@ -49,7 +49,7 @@ ROWS = [
 
 
 ACL_ROWS = [("setfacl -m u:1:rw file", ["file"], "same new", False),
-            ("setfacl -d -m u:1:rw .", ["file"], "same new", False)]
+            ("cp -p file aim; setfacl -d -m u:1:rw aim", ["aim/file"], "same new", False)]
 
 
 def start(prepare=""):
