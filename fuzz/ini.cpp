@@ -118,6 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto here = walk++;
         assert(here.name() == toString(name) && &*here == &std::as_const(ini)[here.name()]);
     }
+    assert(ini.getSectionNameCaseSensitivity() == cased);
     assert(!walk.valid() && ini.getNumSections() == model.sections.size());
 
     const VornIniFile again(L"out", true, cased);
