@@ -39,7 +39,7 @@ struct Subject {
         : s(" ab,c\0d ", holders > 0 ? 8 : 0), other(holders > 1 ? s : String()) {
         rep.refCount = 2;
         while (ws.size() < 4)  // The next one makes them grow.
-            ws.add(L"first/name"), ss.add("field"), ints.add(7);
+            ws.add(&L"first/name"[ws.size()]), ss.add("field"), ints.add(7);
         ini["Section"].emplace_back("key=value", '=');
         files.put(L"output", "old");
         files.put(L"input", "x=1\n[A]\ny=2\n[B]\nz=3\n");

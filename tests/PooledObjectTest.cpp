@@ -81,6 +81,7 @@ void reportLate() {
 // One while static objects end, others on a thread that goes on while exit does.
 void buildAtExit() {
     static const struct AtExit {
+        // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): the process may end then.
         ~AtExit() { new Logger("exiting"); }
     } atExit;
     static std::atomic<int> count = 0;

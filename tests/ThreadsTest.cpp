@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned kSteps = 100000;
+constexpr std::size_t kSteps = 100000;
 
 // What every thread wrote is there for whoever destroys it.
 struct Seen {
@@ -28,9 +28,9 @@ struct Node {
 TEST(Threads, LoseNothing) {
     std::vector<Vorn::Ptr<Seen>> handles[4];
     std::vector<String> texts[4];
-    for (unsigned n = 0; n < kSteps; ++n) {
+    for (std::size_t n = 0; n < kSteps; ++n) {
         const Vorn::Ptr<Seen> handle(new Seen);
-        const String text(n);
+        const String text(static_cast<unsigned>(n));
         for (auto& copies : handles) copies.push_back(handle);
         for (auto& copies : texts) copies.push_back(text);
     }
@@ -38,14 +38,14 @@ TEST(Threads, LoseNothing) {
     Vorn::LockFree::Stack<Node> stack;
     CriticalSection lock;
     unsigned entries = 0;
-    const std::function<void(unsigned, unsigned)> works[] = {
-        [&](unsigned t, unsigned n) { ++handles[t][n]->by[t], handles[t][n] = {}; },
-        [&](unsigned t, unsigned n) { texts[t][n] += "abcd"[t]; },
-        [&](unsigned t, unsigned n) {
+    const std::function<void(std::size_t, std::size_t)> works[] = {
+        [&](std::size_t t, std::size_t n) { ++handles[t][n]->by[t], handles[t][n] = {}; },
+        [&](std::size_t t, std::size_t n) { texts[t][n] += "abcd"[t]; },
+        [&](std::size_t t, std::size_t n) {
             stack.push(&(++nodes[t * kSteps + n].pushed, nodes[t * kSteps + n]));
             if (Node* const node = stack.pop()) node->popped += node->pushed;
         },
-        [&](unsigned, unsigned n) {
+        [&](std::size_t, std::size_t n) {
             if (n % 3 > 0 || lock.attemptEntry() != 0) lock.enter();
             EXPECT_TRUE(++entries % 50000 != 0 || (std::this_thread::yield(), lock.owner() != 0));
             EXPECT_EQ(lock.attemptEntry(), 0);
@@ -54,16 +54,17 @@ TEST(Threads, LoseNothing) {
     };
     for (const auto& work : works) {
         std::vector<std::jthread> threads;
-        for (unsigned t = 0; t < 4; ++t)
+        for (std::size_t t = 0; t < 4; ++t)
             threads.emplace_back([&work, t] {
-                for (unsigned n = 0; n < kSteps; ++n) work(t, n);
+                for (std::size_t n = 0; n < kSteps; ++n) work(t, n);
             });
     }
     EXPECT_TRUE(Seen::total == 4 * kSteps && entries == 4 * kSteps);
     while (Node* const node = stack.pop()) node->popped += node->pushed;
     for (const Node& node : nodes) ASSERT_EQ(node.popped, 1u);
-    for (unsigned n = 0; n < 4 * kSteps; ++n)
-        ASSERT_EQ(texts[n % 4][n / 4], String(n / 4) + String("abcd"[n % 4]));
+    for (std::size_t n = 0; n < 4 * kSteps; ++n)
+        ASSERT_EQ(texts[n % 4][n / 4],
+                  String(static_cast<unsigned>(n / 4)) + String("abcd"[n % 4]));
 }
 
 }  // namespace
