@@ -17,7 +17,7 @@
 namespace {
 
 // The peak of this program alone; `getrusage` includes the one that started it.
-long peakBytes() {
+[[maybe_unused]] long peakBytes() {  // Unless there are peers, nobody asks.
     std::ifstream status("/proc/self/status");
     for (std::string word; status >> word;)
         if (long kilobytes = 0; word == "VmHWM:" && status >> kilobytes) return kilobytes * 1024;
