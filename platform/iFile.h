@@ -14,7 +14,8 @@ public:
     virtual ~iFile() = default;
 
     /// Reads up to `bytes` bytes at the current position, at first the start of the file. Returns
-    /// how many were read, 0 on failure. The library takes any other result for success.
+    /// how many were read: 0 on failure, less than `bytes` only where the file ends. The library
+    /// reads once and takes any other result than 0 for success.
     virtual unsigned read(void* buffer, unsigned bytes) = 0;
     virtual void reserved2() {}
     virtual void reserved3() {}

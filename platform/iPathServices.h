@@ -13,7 +13,7 @@ public:
     virtual void reserved2() {}
     virtual void reserved3() {}
     /// The path of the well-known folder with that number. The library asks only for 4, the base
-    /// of the logs folder, and appends a folder name to it as it comes: with the separator at the
-    /// end if there is to be one.
+    /// of the logs folder, and appends a folder name to it as it comes: so it ends with the
+    /// separator, or is empty where there is no such folder.
     virtual WString getFolderPath(int folder) = 0;
 };

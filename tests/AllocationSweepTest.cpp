@@ -25,12 +25,8 @@ using Pair = AttribValuePair;
 
 // An operation as text and as code, and whether it allocates.
 using Row = std::tuple<const char*, std::function<void()>, bool>;
-#define OP(...) \
-    Row(        \
-        #__VA_ARGS__, [&] { __VA_ARGS__; }, true)
-#define FREE(...) \
-    Row(          \
-        #__VA_ARGS__, [&] { __VA_ARGS__; }, false)
+#define OP(...) Row({#__VA_ARGS__, [&] { __VA_ARGS__; }, true})
+#define FREE(...) Row({#__VA_ARGS__, [&] { __VA_ARGS__; }, false})
 
 // What the operations work on: a bare text, one of its own or one that is shared. Texts are too
 // long for the standard strings' own room.
@@ -40,7 +36,7 @@ struct Subject {
         rep.refCount = 2;
         while (ws.size() < 4)  // The next one makes them grow.
             ws.add(&L"first/name"[ws.size()]), ss.add("field"), ints.add(7);
-        ini["Section"].emplace_back("key=value", '=');
+        ini["Section"].emplace_back("key=old", '=').setValue("value");
         files.put(L"output", "old");
         files.put(L"input", "x=1\n[A]\ny=2\n[B]\nz=3\n");
         reg.create("key", &at);
@@ -76,10 +72,10 @@ struct Subject {
     test::Clock clock{0};
     test::MemoryFiles files;
     String s, other;
-    SubString v{String("a view"), 2};
+    SubString v{String("a view"), 2, 3};
     StringRep rep{"ab,cd", 5};
     Vector<String> ss;
-    WString w = L"wide/text";
+    WString w = L"wide/gr\u00FCn";
     Vector<WString> ws;
     Vector<int> ints;
     Pair kv{"key=value", '='};
