@@ -1,19 +1,16 @@
 #include <bit>
 #include <cstring>
+#include <filesystem>
 
-#include "Vorn/Time.h"
 #include "Vorn/WStringUtils.h"
 #include "fuzz/FuzzInput.h"
 
 namespace {
 
-UTF8String encode(unsigned c) {
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
-    const int following = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    const unsigned mark = following ? 0xFF80u >> following : 0;
-    UTF8String bytes(1, static_cast<char>(mark | c >> 6 * following));
-    for (int i = following; i-- > 0;) bytes += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
-    return bytes;
+UTF8String encode(char32_t c) {
+    const bool exists = c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
+    const auto bytes = std::filesystem::path(std::u32string(1, exists ? c : 0xFFFD)).string();
+    return {bytes.begin(), bytes.end()};
 }
 
 // Takes one character, or the longest start of one, from the front of `rest`. Bytes start a
@@ -46,6 +43,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     assert(Vorn::UTF8FromWString(wide) == encoded);
     for (const char* c = text.c_str(); *c; ++c) ascii += static_cast<unsigned char>(*c);
     assert(Vorn::WStringFromAscii(text.c_str()) == ascii);
-    assert(Vorn::now() > 0);
     return 0;
 }

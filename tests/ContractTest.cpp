@@ -160,25 +160,22 @@ TEST(Contract, StacksLinkNodesBeforeTheyShow) {
     EXPECT_EQ(trace([&] { stack.pop(), stack.pop(), stack.pop(); }), "x-x-");
 }
 
-CriticalSection::Rep& repOf(CriticalSection& section) {
-    return **reinterpret_cast<Vorn::Ptr<CriticalSection::Rep>*>(&section);
-}
-
 TEST(Contract, LocksKeepBookOfEntries) {
     const test::Threads threads;
     CriticalSection section(7u);
     EXPECT_EQ(threads.value, 7u);
     section.setName("name");
     section.init(8);
-    EXPECT_TRUE(threads.value == 8 && !repOf(section).name.textAt(0));
+    const auto& rep = **reinterpret_cast<Vorn::Ptr<CriticalSection::Rep>*>(&section);
+    EXPECT_TRUE(threads.value == 8 && !rep.name.textAt(0));
     const unsigned self = OS()->threadServices()->currentThreadId();
     for (unsigned depth = 0; const char step : {'e', 'a', 'e', 'l', 'a', 'l', 'l', 'l'}) {
         if (step == 'e') section.enter();
         EXPECT_EQ(step == 'a' ? section.attemptEntry() : 0, 0);
         if (step == 'l') section.leave();
         depth += step == 'l' ? -1u : 1u;
-        EXPECT_TRUE(repOf(section).count == depth && section.owner() == (depth > 0 ? self : 0));
-        EXPECT_EQ((EasyCrit(section), repOf(section).count), depth + 1);
+        EXPECT_TRUE(rep.count == depth && section.owner() == (depth > 0 ? self : 0));
+        EXPECT_EQ((EasyCrit(section), rep.count), depth + 1);
         std::jthread([&] { EXPECT_EQ(section.attemptEntry(), depth > 0 ? -1 : 0); });
     }
 }

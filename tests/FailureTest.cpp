@@ -9,22 +9,40 @@
 namespace {
 
 using namespace Vorn::Check::Private;
+using namespace std::string_literals;
 
 TEST(Exception, HoldsItsTextsInOrder) {
-    const std::string longer(300, 'x'), check = "RuntimeError f7 VornCheck: f(7) ";
+    VornIniFile ini(true);
+    VornIniFile::Entries none;
+    auto walk = ini.getSectionIterator();
+    VornIniFile::ConstSectionIterator reader;
+    EXPECT_FALSE(walk.valid() || reader.valid());
+    const std::string longer(300, 'x'),
+        check = "RuntimeError: f: VornCheck: f(7) ",
+        read = "RuntimeError: Vorn/VornIniFile: Attempted to dereference invalid iterator",
+        move = "RuntimeError: Vorn/VornIniFile: Attempted to manipulate invalid iterator",
+        find = "LogicError: Vorn/VornIniFile: Not implemented yet!";
     const std::pair<std::function<void()>, std::string> rows[] = {
-        {[] { throw Vorn::Exception::LogicError("m", "f", 7); }, "LogicError f7 m"},
+        {[] { throw Vorn::Exception::LogicError("m", "f", 7); }, "LogicError: f: m"},
         {[] { throwShort("f", 7, 5); }, check + "FAILED with code 0x00000005"},
         {[] { throwDetailed("f", 7, "e", -1); }, check + "[e] = 0xffffffff"},
         {[&] { throwDetailed("f", 7, longer.c_str(), 0); }, check + '[' + longer.substr(0, 238)},
+        {[&] { walk.name(); }, read},
+        {[&] { *walk; }, read},
+        {[&] { ++walk; }, move},
+        {[&] { reader++; }, move},
+        {[&] { VornIniFile::findContains("", none, true, {}); }, find},
+        {[&] { VornIniFile::findContains("", std::as_const(none), true, {}); }, find},
     };
     for (const auto& [action, expected] : rows) {
         try {
             action(), ADD_FAILURE();
-        } catch (const Vorn::Exception::Base& error) {
-            const auto* const words = reinterpret_cast<const char* const*>(&error);
-            const std::string line = std::to_string(reinterpret_cast<const int&>(words[4]));
-            EXPECT_EQ(std::string(words[1]) + ' ' + words[3] + line + ' ' + words[2], expected);
+        } catch (const Vorn::Exception::Base& e) {
+            const auto* const words = reinterpret_cast<const char* const*>(&e);
+            EXPECT_EQ(words[1] + ": "s + words[3] + ": " + words[2], expected);
+            EXPECT_TRUE(e.what() == words[1] && e.msg() == words[2] && e.file() == words[3]);
+            EXPECT_EQ(e.line(), reinterpret_cast<const int&>(words[4]));
+            EXPECT_TRUE(e.line() == 7 || (e.line() > 0 && &action >= &rows[4].first));
         }
     }
 }

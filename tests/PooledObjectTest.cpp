@@ -21,10 +21,6 @@ namespace {
 using namespace Vorn::PooledObjectDebug;
 using Logger = LoggingTraitsBase;
 
-const LoggingStats& statsOf(const Logger& logger) {
-    return *reinterpret_cast<LoggingStats* const*>(&logger)[1];
-}
-
 std::string lineOf(const std::string& name, int maxInUse = 0, const std::string& rate = "0.00",
                    const std::string& atMs = "0.00", std::time_t peak = 0) {
     return name + ": maxInUse " + std::to_string(maxInUse) + " Peak Demand " + rate +
@@ -38,23 +34,20 @@ const auto& folder = *new std::string(root + "Vornhold/Logs/");
 struct Logs {
     Logs() { std::filesystem::create_directories(folder); }
     ~Logs() { std::filesystem::remove_all(root); }
-    std::string takeReport();
+    // Headers are taken out and counted.
+    std::string takeReport() {
+        std::ifstream file(folder + "PooledObjects.log");
+        std::string report(std::istreambuf_iterator<char>(file), {});
+        std::filesystem::remove(folder + "PooledObjects.log");
+        const std::string rule = "\n" + std::string(59, '-') + " ";
+        for (std::size_t at; (at = report.find(rule)) != report.npos; ++headers)
+            report.erase(at, rule.size() + sizeof "Thu Jan  1 00:00:00 1970\n\n" - 1);
+        return report;
+    }
 
     unsigned headers = 0;
     test::Folder installation{root};
 };
-
-// Headers are taken out and counted.
-std::string Logs::takeReport() {
-    std::ifstream file(folder + "PooledObjects.log");
-    std::string report(std::istreambuf_iterator<char>(file), {});
-    std::filesystem::remove(folder + "PooledObjects.log");
-    const std::string rule = "\n" + std::string(59, '-') + " ",
-                      date = "Thu Jan  1 00:00:00 1970\n\n";
-    for (std::size_t at; (at = report.find(rule)) != report.npos; ++headers)
-        report.erase(at, rule.size() + date.size());
-    return report;
-}
 
 void buildOfEachKind() {
     new Logger("oldest");
@@ -149,7 +142,7 @@ TEST(PooledObject, MeasuresDemand) {
     for (const auto& row : rows) {
         test::Clock clock(row.createdMs);
         auto logger = std::make_unique<Logger>("pool");
-        const LoggingStats& stats = statsOf(*logger);
+        const auto& stats = *reinterpret_cast<LoggingStats* const*>(logger.get())[1];
         for (const auto& [ms, pops] : row.uses) clock.ms = ms, use(*logger, pops);
         EXPECT_EQ(stats.inUse, row.inUse);
         EXPECT_LT((stats.peakAtMs > 0 ? std::time(nullptr) : 0) - stats.peakWallClock, 60);
@@ -158,21 +151,6 @@ TEST(PooledObject, MeasuresDemand) {
         logger.reset();
         EXPECT_EQ(logs.takeReport(), line);
     }
-}
-
-TEST(PooledObject, ThreadsLoseNoCount) {
-    const Logs logs;
-    auto past = std::make_unique<test::Clock>(-10000.0);
-    Logger logger("measured from the start");
-    past.reset();
-    std::vector<std::jthread> threads;
-    while (threads.size() < 4)
-        threads.emplace_back([&logger] {
-            for (int n = 0; n < 100000; ++n) use(logger, 1), use(logger, -1);
-            logger.dump();
-        });
-    threads.clear();
-    EXPECT_TRUE(statsOf(logger).inUse == 0 && statsOf(logger).maxInUse <= 4);
 }
 
 }  // namespace

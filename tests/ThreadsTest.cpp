@@ -1,15 +1,23 @@
 // Four threads at a time work on what may be shared; what they leave shows that nothing was lost.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <barrier>
+#include <filesystem>
 #include <functional>
+#include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "Vorn/Vorn.h"
+#include "tests/support/TestPlatform.h"
 
 namespace {
+
+using namespace Vorn::PooledObjectDebug;
 
 constexpr std::size_t kSteps = 100000;
 
@@ -25,6 +33,12 @@ struct Node {
     unsigned pushed = 0, popped = 0;
 };
 
+std::atomic<unsigned> made = 0;
+
+void* make() {
+    return std::this_thread::yield(), ++made, &made;
+}
+
 TEST(Threads, LoseNothing) {
     std::vector<Vorn::Ptr<Seen>> handles[4];
     std::vector<String> texts[4];
@@ -38,6 +52,16 @@ TEST(Threads, LoseNothing) {
     Vorn::LockFree::Stack<Node> stack;
     CriticalSection lock;
     unsigned entries = 0;
+    const test::Threads yielding;
+    const std::string root = testing::TempDir() + "threads" + std::to_string(::getpid());
+    std::filesystem::create_directories(root + "/Vornhold/Logs");
+    const test::Folder folder(root + '/');
+    auto past = std::make_unique<test::Clock>(-10000.0);
+    LoggingTraitsBase pool("measured from the start");
+    past.reset();
+    const LoggingStats& use = *reinterpret_cast<LoggingStats* const*>(&pool)[1];
+    Vorn::NamedObjectsNamespace space("test");
+    std::barrier together(4);
     const std::function<void(std::size_t, std::size_t)> works[] = {
         [&](std::size_t t, std::size_t n) { ++handles[t][n]->by[t], handles[t][n] = {}; },
         [&](std::size_t t, std::size_t n) { texts[t][n] += "abcd"[t]; },
@@ -51,6 +75,21 @@ TEST(Threads, LoseNothing) {
             EXPECT_EQ(lock.attemptEntry(), 0);
             lock.leave(), lock.leave();
         },
+        [&](std::size_t, std::size_t n) {
+            for (int uses = 0; uses < 10; ++uses)
+                pool.ltb_beforePop(0), pool.ltb_afterPop(nullptr, 0),
+                    pool.ltb_beforePush(nullptr, 0), pool.ltb_afterPush(nullptr, 0);
+            if (n % 10000 == 0) pool.dump();
+        },
+        [&](std::size_t, std::size_t n) {
+            const std::string key = std::to_string(n / 500);
+            if (n % 500 == 0) {
+                together.arrive_and_wait();
+                space.findOrCreate<std::atomic<unsigned>>(key.c_str(), make);
+                space.lock<int>(key.c_str()), space.unlock<int>(key.c_str());
+            }
+            EXPECT_EQ(space.find<std::atomic<unsigned>>(key.c_str()), &made);
+        },
     };
     for (const auto& work : works) {
         std::vector<std::jthread> threads;
@@ -59,7 +98,9 @@ TEST(Threads, LoseNothing) {
                 for (std::size_t n = 0; n < kSteps; ++n) work(t, n);
             });
     }
-    EXPECT_TRUE(Seen::total == 4 * kSteps && entries == 4 * kSteps);
+    EXPECT_TRUE(Seen::total == 4 * kSteps && entries == 4 * kSteps && made == 200);
+    std::filesystem::remove_all(root);
+    EXPECT_TRUE(use.inUse == 0 && use.maxInUse > 0 && use.maxInUse <= 4);
     while (Node* const node = stack.pop()) node->popped += node->pushed;
     for (const Node& node : nodes) ASSERT_EQ(node.popped, 1u);
     for (std::size_t n = 0; n < 4 * kSteps; ++n)

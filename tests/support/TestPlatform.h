@@ -1,17 +1,15 @@
 // Test support: the platform that the library meets in the test program.
 //
 // The test program brings its own `OS()`, whose services are the POSIX ones until a double is put
-// in front of one of them. Doubles derive from a forwarding class and override what they change;
-// those that are complete install themselves for as long as they live.
+// in front of one of them. Those that are complete install themselves for as long as they live.
 #pragma once
 
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <new>
+#include <set>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/posix/Services.h"
 
@@ -29,49 +27,34 @@ struct Override {
     Interface* const former;
 };
 
-// A forwarding class hands every operation on to what stood behind `OS()` when it was built; but
-// allocation is what every double of the memory services changes. The other interfaces have one
-// operation or two: their doubles implement them as they are.
-
+/// The base of doubles that allocate in their own way: hands the rest on to what stood behind
+/// `OS()` when it was built.
 struct ForwardingMemory : iMemoryServices {
-    std::size_t reclaim(std::size_t bytes) override { return next->reclaim(bytes); }
     void registerReclaimable(iReclaimable* r) override { next->registerReclaimable(r); }
     void unregisterReclaimable(iReclaimable* r) override { next->unregisterReclaimable(r); }
 
     iMemoryServices* const next = OS()->memoryServices();
 };
 
-struct ForwardingText : iTextServices {
-    WString wideFromAscii(const char* text) override { return next->wideFromAscii(text); }
-    UTF8String utf8FromWide(const WString& text) override { return next->utf8FromWide(text); }
-    WString wideFromUtf8(const char* text) override { return next->wideFromUtf8(text); }
-    double nowMilliseconds() override { return next->nowMilliseconds(); }
-
-    iTextServices* const next = OS()->textServices();
-};
-
-/// What this thread allocates in this scope passes every ledger by: the blocks of doubles and of
-/// assertions are not the library's.
+/// What is allocated in this scope passes every ledger by: the blocks of doubles and of assertions
+/// are not the library's.
 struct Unledgered {
     Unledgered() { ++depth; }
     ~Unledgered() { --depth; }
 
-    static inline constinit thread_local int depth = 0;
+    static inline int depth = 0;
 };
 
-/// Keeps book of every block that is allocated while it lives. Blocks from before pass it by. Any
-/// thread may allocate; the figures are for quiet moments.
+/// Keeps book of every block that is allocated while it lives, on one thread. Blocks from before
+/// pass it by.
 struct MemoryLedger : ForwardingMemory {
     void* allocate(std::size_t bytes) override {
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
-        const std::lock_guard guard(lock);
         if (failIn > 0 && --failIn == 0) ++refused, throw std::bad_alloc();
-        requested.push_back(bytes);
-        return blocks.emplace(next->allocate(bytes), bytes).first->first;
+        return *blocks.insert(next->allocate(bytes)).first;
     }
     void free(void* block) override {
-        const std::lock_guard guard(lock);
         blocks.extract(block);  // Unlike `erase`, it has let go of its node when that is released.
         next->free(block);
     }
@@ -81,12 +64,8 @@ struct MemoryLedger : ForwardingMemory {
     /// How many allocations were refused, and how many of the blocks handed out are not released.
     std::size_t refusals() const { return refused; }
     std::size_t live() const { return blocks.size(); }
-    /// The size of every block that was handed out, in order. A list to compare it with counts too.
-    const std::vector<std::size_t>& sizes() const { return requested; }
 
-    std::recursive_mutex lock;  // The book's own blocks are released while it is held.
-    std::map<void*, std::size_t> blocks;
-    std::vector<std::size_t> requested;
+    std::set<void*> blocks;
     std::size_t failIn = 0, refused = 0;
     Override<iMemoryServices> installation{this};
 };
@@ -100,18 +79,18 @@ struct MemoryFiles : iFileServices {
         ~File() override { files.put(path, content); }
         unsigned read(void* buffer, unsigned bytes) override {
             const Unledgered unledgered;
-            files.calls.push_back("read " + std::to_string(bytes));
+            files.calls += ", read " + std::to_string(bytes);
             if (files.readNothing) return 0;
             return static_cast<unsigned>(content.copy(static_cast<char*>(buffer), bytes));
         }
         unsigned write(const void* data, unsigned bytes) override {
             const Unledgered unledgered;
-            files.calls.push_back("write " + std::to_string(bytes));
+            files.calls += ", write " + std::to_string(bytes);
             return content.append(static_cast<const char*>(data), bytes), bytes;
         }
         std::uint64_t size() override {
             const Unledgered unledgered;
-            files.calls.push_back("size");
+            files.calls += ", size";
             return files.reportedSize > 0 ? files.reportedSize : content.size();
         }
 
@@ -129,13 +108,13 @@ struct MemoryFiles : iFileServices {
     wchar_t pathSeparator() override { return '/'; }
     Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
         const Unledgered unledgered;
-        calls.push_back("open " + std::string(path.begin(), path.end()));
-        for (const int code : {a, b, c, d}) calls.back() += ' ' + std::to_string(code);
+        calls += ", open " + std::string(path.begin(), path.end());
+        for (const int code : {a, b, c, d}) calls += ' ' + std::to_string(code);
         if (refuseToOpen || (a == 0 && !contents.contains(path))) return {};
         return (new File(*this, path, a == 0 ? get(path) : ""))->handOver();
     }
 
-    std::vector<std::string> calls;  ///< "open a.ini 0 0 1 0", "size", "read 12", "write 5"
+    std::string calls;  ///< ", open a.ini 0 0 1 0, size, read 12"
     bool refuseToOpen = false, readNothing = false;
     std::uint64_t reportedSize = 0;  ///< In place of the true one; 0 for none.
     std::map<WString, std::string> contents;
@@ -143,11 +122,15 @@ struct MemoryFiles : iFileServices {
 };
 
 /// A clock that stands still, or goes on by a step at every reading.
-struct Clock : ForwardingText {
+struct Clock : iTextServices {
     explicit Clock(double milliseconds) : ms(milliseconds) {}
+    WString wideFromAscii(const char* text) override { return next->wideFromAscii(text); }
+    UTF8String utf8FromWide(const WString& text) override { return next->utf8FromWide(text); }
+    WString wideFromUtf8(const char* text) override { return next->wideFromUtf8(text); }
     double nowMilliseconds() override { return ms += step; }
 
     double ms, step = 0;
+    iTextServices* const next = OS()->textServices();
     Override<iTextServices> installation{this};
 };
 

@@ -45,24 +45,20 @@ class PooledReportTest(unittest.TestCase):
         self.report.write_text("".join(map(block, DATES, BLOCKS)), "utf-8")
         self.table = run(TOOL, self.report, "--html", self.page).stdout
 
-    def test_shows_the_last_block_and_a_bar_for_each(self):
+    def test_shows_the_last_block(self):
         lines = self.table.splitlines()
         self.assertEqual(lines[0], DATES[-1])
         self.assertEqual(lines[3].split(), ["Two↵lines", "3", "5.00", "0.62", *DATES[-1].split()])
         self.assertEqual(lines[4].replace(FRAMES, "").split()[:3], ["16", "80.00", "10.00"])
-        page = ElementTree.parse(self.page)
-        self.assertEqual([tag.text for tag in page.iterfind(".//tbody//th")], [FRAMES, "Two↵lines"])
-        titles = [bar[0].text for bar in page.iter("g")]
-        self.assertEqual((titles[0], len(titles)), (f"{DATES[0]}: 8", len(BARS)))
+        names = [tag.text for tag in ElementTree.parse(self.page).iterfind(".//tbody//th")]
+        self.assertEqual(names, [FRAMES, "Two↵lines"])
 
     def test_failures_name_the_file_and_the_reason(self):
         other = self.folder / "other.log"
-        self.assertIn(f"{other}: No such file", run(TOOL, other).stderr)
-        for text, reason in ("", "empty"), ("Frames\n" + block(DATES[0], []), "no pool report"):
-            other.write_text(text)
-            self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is {reason}\n")
         for code, *arguments in (1, other), (1, self.report, "--html", self.report), (2,):
             self.assertEqual(run(TOOL, *arguments).returncode, code, arguments)
+        other.write_text("Frames\n" + block(DATES[0], []))
+        self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is no pool report\n")
 
     @unittest.skipUnless(BROWSER, "no chromium or chromium-browser on the PATH to show the page in")
     def test_browser_draws_bars_as_high_as_their_values(self):
