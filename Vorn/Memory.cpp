@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <new>
+#include <utility>
 
 #include "platform/OS.h"
 #include "platform/iMemoryServices.h"
@@ -18,13 +19,20 @@ void* allocate(std::size_t bytes) {
     return OS()->memoryServices()->allocate(bytes);
 }
 
+// Whether a nothrow form is asking the plain one on this thread: any exception then ends there
+// instead of ending the process. In the static block, so that reaching it allocates nothing.
+[[gnu::tls_model("initial-exec")]] constinit thread_local bool failureIsNull = false;
+
 template <class Allocation>
 void* nullOnFailure(Allocation allocation) noexcept {
+    const bool before = std::exchange(failureIsNull, true);
+    void* block = nullptr;
     try {
-        return allocation();
+        block = allocation();
     } catch (...) {
-        return nullptr;
     }
+    failureIsNull = before;
+    return block;
 }
 
 // An aligned block lies inside a plain one, with the plain one's address in the word below it.
@@ -53,7 +61,9 @@ std::size_t usedAlignment(std::align_val_t alignment) {
 }
 
 void* newAligned(std::size_t size, std::size_t alignment) {
-    return alignInside(::operator new(paddedSize(size, alignment)), alignment);
+    // Volatile, since compilers take for granted that it is not null, which a platform may answer.
+    void* volatile const block = ::operator new(paddedSize(size, alignment));
+    return alignInside(block, alignment);
 }
 
 void deleteAligned(void* block) noexcept {
@@ -76,6 +86,7 @@ VORN_EXPORT void* operator new(std::size_t size) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (...) {
+        if (failureIsNull) throw;
         std::terminate();
     }
 }
@@ -85,11 +96,13 @@ VORN_EXPORT void* operator new[](std::size_t size) {
 }
 
 VORN_EXPORT void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return nullOnFailure([=] { return allocate(size); });
+    // cppcheck-suppress throwInNoexceptFunction; caught there, here and below.
+    return nullOnFailure([=] { return ::operator new(size); });
 }
 
-VORN_EXPORT void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
-    return ::operator new(size, nothrow);
+VORN_EXPORT void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    // cppcheck-suppress throwInNoexceptFunction
+    return nullOnFailure([=] { return ::operator new[](size); });
 }
 
 VORN_EXPORT void* operator new(std::size_t size, std::align_val_t alignment) {
@@ -102,14 +115,14 @@ VORN_EXPORT void* operator new[](std::size_t size, std::align_val_t alignment) {
 
 VORN_EXPORT void* operator new(std::size_t size, std::align_val_t alignment,
                                const std::nothrow_t&) noexcept {
-    const std::size_t used = usedAlignment(alignment);
-    // cppcheck-suppress throwInNoexceptFunction; caught there.
-    return nullOnFailure([=] { return alignInside(allocate(paddedSize(size, used)), used); });
+    // cppcheck-suppress throwInNoexceptFunction
+    return nullOnFailure([=] { return ::operator new(size, alignment); });
 }
 
 VORN_EXPORT void* operator new[](std::size_t size, std::align_val_t alignment,
-                                 const std::nothrow_t& nothrow) noexcept {
-    return ::operator new(size, alignment, nothrow);
+                                 const std::nothrow_t&) noexcept {
+    // cppcheck-suppress throwInNoexceptFunction
+    return nullOnFailure([=] { return ::operator new[](size, alignment); });
 }
 
 VORN_EXPORT void operator delete(void* block) noexcept {
@@ -125,7 +138,7 @@ VORN_EXPORT void operator delete(void* block, std::size_t) noexcept {
 }
 
 VORN_EXPORT void operator delete[](void* block, std::size_t) noexcept {
-    ::operator delete(block);
+    ::operator delete[](block);
 }
 
 VORN_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept {
@@ -133,29 +146,31 @@ VORN_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept {
 }
 
 VORN_EXPORT void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    ::operator delete(block);
+    ::operator delete[](block);
 }
 
 VORN_EXPORT void operator delete(void* block, std::align_val_t) noexcept {
     deleteAligned(block);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::align_val_t) noexcept {
-    deleteAligned(block);
+VORN_EXPORT void operator delete[](void* block, std::align_val_t alignment) noexcept {
+    ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
-    deleteAligned(block);
+VORN_EXPORT void operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+    ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
-    deleteAligned(block);
+VORN_EXPORT void operator delete[](void* block, std::size_t, std::align_val_t alignment) noexcept {
+    ::operator delete[](block, alignment);
 }
 
-VORN_EXPORT void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    deleteAligned(block);
+VORN_EXPORT void operator delete(void* block, std::align_val_t alignment,
+                                 const std::nothrow_t&) noexcept {
+    ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    deleteAligned(block);
+VORN_EXPORT void operator delete[](void* block, std::align_val_t alignment,
+                                   const std::nothrow_t&) noexcept {
+    ::operator delete[](block, alignment);
 }

@@ -4,6 +4,10 @@
 // delete`; all end in the platform's memory services. Plain forms let `std::bad_alloc` out and end
 // the process for any other exception; nothrow forms return null whatever the services throw.
 // There is no new-handler and no retry. All are as thread-safe as those services.
+//
+// A program may replace some of them, as the standard allows: each of the others ends in the plain
+// form of its kind, arrays in `new[]`, aligned blocks in the aligned `new`, and those two in the
+// plain `new`; releasing likewise. So whoever replaces a form and its `delete` gets both back.
 #pragma once
 
 #include "platform/Export.h"

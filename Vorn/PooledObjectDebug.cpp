@@ -52,7 +52,9 @@ void set(T& figure, std::type_identity_t<T> value) {
     std::atomic_ref(figure).store(value, std::memory_order_relaxed);
 }
 
-// Found by every module of the process under this name.
+// Found by every module of the process under this name. It is looked up before it is entered, and
+// nothing asks the registry while it is held: a factory, which runs under a lock of the registry,
+// may report too.
 CriticalSection& reportLock() {
     return *NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
         "PooledObjects.log_FileAccessLock");
@@ -80,6 +82,27 @@ struct CalendarText {
     char text[64];
 };
 
+// Appends the line of a pool, behind the header of the process if that is still to come. The
+// caller holds the report's lock.
+void appendReport(const LoggingStats& stats) {
+    static bool headerDone = false;
+    const String path((PathsLite::getSystemLogsPath() + L"PooledObjects.log").c_str());
+    // What is written here goes out in one piece, so that processes leave each other's lines whole.
+    static char buffer[1 << 16];
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "a+t"));
+    if (!file) return;
+    std::setvbuf(file.get(), buffer, _IOFBF, sizeof buffer);
+    if (!headerDone) {
+        std::fprintf(file.get(),
+                     "\n----------------------------------------------------------- %s\n",
+                     CalendarText(std::time(nullptr)).text);
+        headerDone = true;
+    }
+    std::fprintf(file.get(), "%s: maxInUse %d Peak Demand %.2f allocs/sec @ %.2f %s", stats.name,
+                 get(stats.maxInUse), get(stats.peakRatePerMs) * 1000.0, get(stats.peakAtMs),
+                 CalendarText(get(stats.peakWallClock)).text);
+}
+
 }  // namespace
 
 LoggingTraitsBase::LoggingTraitsBase(const char* name) {
@@ -99,31 +122,17 @@ LoggingTraitsBase::LoggingTraitsBase(const char* name) {
 
 LoggingTraitsBase::~LoggingTraitsBase() {
     const EasyCrit guard(reportLock());
-    dump();
+    appendReport(*stats);
     // Keeps the exit handlers away from this logger. Nodes stay where they are for good.
-    for (LTBStackNode* node = gAllLoggers.top(); node; node = node->next)
-        if (node->logger == this) node->logger = nullptr;
+    LTBStackNode* node = gAllLoggers.top();
+    while (node && node->logger != this) node = node->next;
+    if (node) node->logger = nullptr;
     FreeStats()(stats);
 }
 
 void LoggingTraitsBase::dump() {
-    static bool headerDone = false;
     const EasyCrit guard(reportLock());
-    const String path((PathsLite::getSystemLogsPath() + L"PooledObjects.log").c_str());
-    // What is written here goes out in one piece, so that processes leave each other's lines whole.
-    static char buffer[1 << 16];
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "a+t"));
-    if (!file) return;
-    std::setvbuf(file.get(), buffer, _IOFBF, sizeof buffer);
-    if (!headerDone) {
-        std::fprintf(file.get(),
-                     "\n----------------------------------------------------------- %s\n",
-                     CalendarText(std::time(nullptr)).text);
-        headerDone = true;
-    }
-    std::fprintf(file.get(), "%s: maxInUse %d Peak Demand %.2f allocs/sec @ %.2f %s", stats->name,
-                 get(stats->maxInUse), get(stats->peakRatePerMs) * 1000.0, get(stats->peakAtMs),
-                 CalendarText(get(stats->peakWallClock)).text);
+    appendReport(*stats);
 }
 
 void LoggingTraitsBase::ltb_beforePush(void*, unsigned long) {}
@@ -135,25 +144,23 @@ void LoggingTraitsBase::ltb_afterPush(void*, unsigned long) {
 void LoggingTraitsBase::ltb_beforePop(unsigned long) {}
 
 void LoggingTraitsBase::ltb_afterPop(void*, unsigned long) {
-    iAtomicServices* const atomics = OS()->atomicServices();
-    atomics->increment(&stats->inUse);
+    OS()->atomicServices()->increment(&stats->inUse);
     const std::int32_t inUse = get(stats->inUse);
     if (inUse > get(stats->maxInUse)) set(stats->maxInUse, inUse);
 
-    const double time = now();
-    if (!(time - stats->createdMs > kWarmUpMs)) return;
-    const double elapsed = time - get(stats->intervalStartMs);
-    if (!(elapsed > kIntervalMs)) {
-        atomics->increment(&stats->allocsInInterval);
+    if (!(now() - stats->createdMs > kWarmUpMs)) return;
+    if (!(now() - get(stats->intervalStartMs) > kIntervalMs)) {
+        OS()->atomicServices()->increment(&stats->allocsInInterval);
         return;
     }
+    const double elapsed = now() - get(stats->intervalStartMs);
     const double rate = get(stats->allocsInInterval) / elapsed;
     if (rate > get(stats->peakRatePerMs)) {
         set(stats->peakRatePerMs, rate);
-        set(stats->peakAtMs, time);
+        set(stats->peakAtMs, now());
         set(stats->peakWallClock, std::time(nullptr));
     }
-    set(stats->intervalStartMs, time);
+    set(stats->intervalStartMs, now());
     set(stats->allocsInInterval, 1);
 }
 
@@ -164,7 +171,7 @@ void LoggingTraitsBase_exit() {
     if (!node) return;
     node->next = reported;
     reported = node;
-    if (node->logger) node->logger->dump();
+    if (node->logger) appendReport(*node->logger->stats);
 }
 
 }  // namespace Vorn::PooledObjectDebug

@@ -41,6 +41,11 @@ struct LTBStackNode {
 /// destroyed and, if it is alive then, when the process exits, newest first. The file is only ever
 /// appended to, under one lock for the process; where it cannot be opened nothing is reported. Not
 /// copyable.
+///
+/// That lock is the `CriticalSection` "PooledObjects.log_FileAccessLock" of the global namespace.
+/// It is looked up there before it is entered, and nothing asks the registry while it is held. So a
+/// factory may build, report and destroy loggers; a thread that holds the report's lock must not
+/// ask the registry.
 class VORN_EXPORT LoggingTraitsBase {
 public:
     /// `name`, which is copied, stands for the pool in the report; null reads as "". Throws
@@ -64,6 +69,7 @@ public:
 
 private:
     LoggingStats* stats;
+    friend void LoggingTraitsBase_exit();
 };
 
 /// The exit handler that every logger registers: takes one node off `gAllLoggers` and reports its

@@ -362,16 +362,11 @@ String& String::stripTrailingSpaces() {
 }
 
 int String::readFrom(std::istream& in) {
-    String word;
-    int stop = -1;
     for (int c = in.get(); c != std::istream::traits_type::eof(); c = in.get()) {
-        stop = std::isspace(c);
-        if (stop) break;
-        word += static_cast<char>(c);
-        stop = -1;
+        if (const int space = std::isspace(c)) return space;
+        *this += static_cast<char>(c);
     }
-    *this += word;
-    return stop;
+    return -1;
 }
 
 StringChar::operator char() const {

@@ -111,6 +111,9 @@ public:
     bool operator>(const String& other) const noexcept { return other < *this; }
     bool operator>=(const String& other) const noexcept { return other <= *this; }
     std::partial_ordering operator<=>(const char* s) const noexcept;
+    /// Would let pairs, tuples and vectors take different strings without representation for equal;
+    /// they compare by `<` instead.
+    std::partial_ordering operator<=>(const String& other) const = delete;
     /// Equal but for case, under the current locale. Nothing equals null or "".
     bool compareCaseInsensitive(const char* s) const noexcept;
     /// False for null.
@@ -159,7 +162,8 @@ public:
     String& stripLeadingSpaces();
     String& stripTrailingSpaces();
     /// Appends characters up to white space, which is consumed, or the end of input. Returns −1 at
-    /// the end of input, another value above or below 0 otherwise.
+    /// the end of input, another value above or below 0 otherwise. What was read before a failure
+    /// stays appended.
     int readFrom(std::istream& in);
 
 private:

@@ -218,9 +218,8 @@ StringRep* StringRep::unshare() const {
     if (std::atomic_ref(self->refCount).load(std::memory_order_acquire) < 2) return self;
     auto copy = std::make_unique<StringRep>();
     *copy = buffer;
-    iAtomicServices* const atomics = OS()->atomicServices();
-    atomics->increment(&copy->refCount);
-    if (atomics->decrement(&self->refCount) == 0) delete self;
+    OS()->atomicServices()->increment(&copy->refCount);
+    if (OS()->atomicServices()->decrement(&self->refCount) == 0) delete self;
     return copy.release();
 }
 

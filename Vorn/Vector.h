@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -76,12 +77,22 @@ public:
         data[count] = T();
         return true;
     }
-    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Slots that become free hold on to
-    /// some former value. Returns true.
+    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Slots that become free keep their
+    /// values. Returns true.
     virtual bool remove(unsigned from, unsigned to) {
         if (from >= to) return true;
-        for (unsigned i = to; i < count; ++i) shift(data[i], data[from + (i - to)]);
-        count -= to - from;
+        const unsigned left = count - (to - from);
+        if constexpr (std::is_nothrow_copy_assignable_v<T>) {
+            std::copy(data + to, data + count, data + from);
+        } else {
+            // What both moves down and stays in its old slot is copied while that can still fail.
+            const unsigned firstStaying = std::max(left, to);
+            const auto staying = std::make_unique<T[]>(count - firstStaying);
+            std::copy(data + firstStaying, data + count, staying.get());
+            std::move(data + to, data + count, data + from);
+            std::move(staying.get(), staying.get() + (count - firstStaying), data + firstStaying);
+        }
+        count = left;
         return true;
     }
     /// Removes the first element equal to `x`; returns whether there was one.

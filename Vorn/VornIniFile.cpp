@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -25,6 +26,7 @@ static_assert(sizeof(VornIniFile::ConstSectionIterator) == 2 * sizeof(void*));
 static_assert(offsetof(SectionsBuildingOutputIterator, sections) == 0);
 static_assert(offsetof(SectionsBuildingOutputIterator, currentSection) == 8);
 static_assert(sizeof(SectionsBuildingOutputIterator) == 16);
+static_assert(std::output_iterator<SectionsBuildingOutputIterator, const String&>);
 
 namespace {
 
@@ -54,6 +56,11 @@ std::string_view trimmed(std::string_view line) {
 bool isHeader(std::string_view line) {
     return line.front() == '[' && line.back() == ']';
 }
+
+// How the loader's buffer goes back, as it came: tools that watch the heap compare the two.
+struct DeleteArray {
+    static void destroy(char* buffer) noexcept { delete[] buffer; }
+};
 
 String textOf(std::string_view piece) {
     return String(piece.data(), static_cast<unsigned>(piece.size()));
@@ -164,7 +171,7 @@ bool VornIniFile::load(WString newPath, char delimiter) {
     if (size == 0) return false;
     std::unique_ptr<char[]> block(new (std::nothrow) char[size]);
     if (!block) return false;
-    const Vorn::Ptr<char> buffer(block.get());
+    const Vorn::Ptr<char, DeleteArray> buffer(block.get());
     static_cast<void>(block.release());
     const unsigned length = file->read(buffer.get(), size);
     if (length == 0) return false;

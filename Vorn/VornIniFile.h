@@ -1,6 +1,8 @@
 // Configuration files: the model of an INI file.
 #pragma once
 
+#include <cstddef>
+#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
@@ -141,6 +143,12 @@ namespace VornIniFile_Private {
 /// line is an entry of it.
 class VORN_EXPORT SectionsBuildingOutputIterator {
 public:
+    using iterator_category = std::output_iterator_tag;
+    using difference_type = std::ptrdiff_t;
+    using value_type = void;
+    using pointer = void;
+    using reference = void;
+
     /// The lines go to `target`, which is not owned, at first to the section without header.
     explicit SectionsBuildingOutputIterator(VornIniFile::Sections* target);
 
