@@ -66,7 +66,12 @@ void checkVector(FuzzInput in) {
                       assert(to == n || v.end()[0] == T());
                   },
                   [&] { assert(v.removeItem(x) == has), drop(found, found + has); },
-                  [&] { assert(v.remove(at, to)), drop(at, std::max(at, to)); },
+                  [&] {
+                      const std::vector<T> before = m;
+                      assert(v.remove(at, to)), drop(at, std::max(at, to));
+                      // The slots that became free keep their values.
+                      assert(std::equal(v.end(), v.begin() + n, before.begin() + v.size()));
+                  },
                   [&] { v = Vector<T>(v), peak = 0; },
                   [&] { v.consume(v), other.consume(v), v.consume(other); });
         assert(!other.begin() && !other.size() && !other.getCapacity());

@@ -1,7 +1,7 @@
 // Every operation that allocates is run with its first allocation refused, then its second, and so
 // on until none is. A refusal comes out as `std::bad_alloc`, or as null or false where that is the
 // form, loses nothing, leaves no lock held and everything as it was, so that the operation then
-// works.
+// works. Meanwhile each use of the platform asks for its service anew.
 
 #include <gtest/gtest.h>
 
@@ -67,6 +67,7 @@ struct Subject {
     bool adding = false;   // What is added before a refusal stays, and the refusal may be reported.
     std::size_t kept = 1;  // How many blocks are for ever: the pool's place on the list of all.
     unsigned at = 0;
+    test::Atomics atomics;
     test::Threads threads;
     test::Folder folder{"/missing/"};
     test::Clock clock{0};
@@ -104,6 +105,7 @@ bool runRefused(std::size_t row, int holders, std::size_t n) {
         }
     };
     const std::string before = x->state();
+    const long keptBefore = test::keptServices();
     ledger.failAt(n);
     try {
         run();
@@ -112,6 +114,7 @@ bool runRefused(std::size_t row, int holders, std::size_t n) {
         EXPECT_TRUE(x->state() == before || x->adding) << "left " << x->state();
     }
     EXPECT_EQ(test::Threads::held, 0);
+    EXPECT_EQ(test::keptServices(), keptBefore) << "each use asks for its service";
     ledger.failAt(0);
     if (ledger.refusals() > 0) run();
     if (n == 0) result = x->state();
@@ -146,9 +149,10 @@ std::vector<Row> Subject::rows() {
         OP(rep.insert(rep.buffer, 2, 0, 1)), OP(rep.substitute("a", "xyz")),
         OP(rep.buffer = rep.realloc(rep.buffer, 9)), OP(delete rep.unshare()), OP(ss.add(s)),
         OP(ss.insert(s, 1)), OP(ss.intern("new", at)), OP(ss = Vector<String>(ss)),
-        OP(ss.resizeFor(9)), OP(ws.add(w)), OP(ws.push_back(w)), OP(ws.insert(w, 1)),
-        OP(ws.intern(w, at)), OP(ws = Vector<WString>(ws)), OP(ws.resizeFor(9)), OP(ints.add(1)),
-        OP(ints.insert(1, 1)), OP(ints = Vector<int>(ints)), OP(w = WStringFromUTF8("some text")),
+        OP(ss.resizeFor(9)), OP(ws.remove(0, 1)), OP(ws.remove(1, 4)), OP(ws.add(w)),
+        OP(ws.push_back(w)), OP(ws.insert(w, 1)), OP(ws.intern(w, at)),
+        OP(ws = Vector<WString>(ws)), OP(ws.resizeFor(9)), OP(ints.add(1)), OP(ints.insert(1, 1)),
+        OP(ints = Vector<int>(ints)), OP(w = WStringFromUTF8("some text")),
         OP(w = WStringFromAscii("some text")), OP(s = UTF8FromWString(w).c_str()),
         OP(w = WStringFromInteger(123456)), OP(w = WStringFromFloat(1.5, '\5', false)),
         OP(w = toUpper(std::as_const(w))), OP(w = toLower(std::as_const(w))),
@@ -180,7 +184,7 @@ std::vector<Row> Subject::rows() {
         OP(void* p = ::operator new(9, std::nothrow); adding = !p; ::operator delete(p)),
         OP(CPUAlignedDelete(CPUAlignedNew(9))),
         OP(StdAllocator<int> a; a.deallocate(a.allocate(9), 9)),
-        OP(s = OS()->textServices()->utf8FromWide(L"text of some length").c_str()),
+        OP(s = posix::textServices->utf8FromWide(L"text of some length").c_str()),
         OP(w = posix::pathServices->getFolderPath(4)),
         FREE(use(s = nullptr, s = other, String("", 0), s.textAt(0), s[0], c.s[0], s.isEmpty(),
                  s.substitute("none", ""), s.asDouble(), s.compare(other), s == c.s, s < c.s,

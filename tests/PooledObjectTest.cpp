@@ -131,18 +131,22 @@ TEST(PooledObject, MeasuresDemand) {
         std::vector<std::pair<double, int>> uses;  // Pops at a time, pushes where negative.
         int inUse, maxInUse;
         const char *rate, *atMs;
+        double clockStep = 0;  // By which the clock goes on at each reading.
     } rows[] = {
         {1, {{7501, 5}, {7501, -4}, {7501, 2}}, 3, 5, "0.00", "0.00"},
         {1, {{7502, 1}, {7602, 4}, {7603, 1}}, 6, 6, "49.50", "7603.00"},
         {0, {{8000, 1}, {8200, 2}, {8400, 1}}, 4, 4, "10.00", "8400.00"},
         {0, {{8000, 1}, {8200, 1}, {8400, 1}, {8700, 1}}, 4, 4, "5.00", "8200.00"},
         {-8000, {{50, 2}, {150, 1}}, 3, 3, "13.33", "150.00"},
+        // Five readings in a pop that sets a peak: age, interval twice, peak, next interval.
+        {0, {{8000, 1}, {8200, 1}}, 2, 2, "5.03", "8204.00", 1},
     };
     Logs logs;
     for (const auto& row : rows) {
         test::Clock clock(row.createdMs);
         auto logger = std::make_unique<Logger>("pool");
         const auto& stats = *reinterpret_cast<LoggingStats* const*>(logger.get())[1];
+        clock.step = row.clockStep;
         for (const auto& [ms, pops] : row.uses) clock.ms = ms, use(*logger, pops);
         EXPECT_EQ(stats.inUse, row.inUse);
         EXPECT_LT((stats.peakAtMs > 0 ? std::time(nullptr) : 0) - stats.peakWallClock, 60);

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <map>
+#include <sstream>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "Vorn/Vorn.h"
@@ -39,6 +43,23 @@ TEST(Text, LengthsStayBelow2GiB) {
     EXPECT_EQ(ledger.refusals(), 0u);
     EXPECT_THROW(s.insert("x", 1, 0, 0x7FFFFFFE), std::bad_alloc);
     EXPECT_TRUE(ledger.refusals() == 1 && s == "a" && rooms(s)[0] == 2);
+}
+
+// Strings without text are neither above nor below anything, so no key may be compared by `<=>`.
+TEST(String, PairsAsKeysStayApart) {
+    using Key = std::pair<String, String>;
+    const std::map<Key, int> map{{{nullptr, "a"}, 1}, {{nullptr, "b"}, 2}, {{nullptr, "c"}, 3}};
+    EXPECT_EQ(map.size(), 3u);
+    EXPECT_EQ(map.at({nullptr, "b"}), 2);
+    EXPECT_LT(std::tuple(1, String("a")), std::tuple(1, String("b")));
+}
+
+TEST(String, ReadingKeepsWhatCameBeforeAFailure) {
+    std::istringstream in("word");
+    in.exceptions(std::ios::eofbit);
+    String text("a ");
+    EXPECT_THROW(text.readFrom(in), std::ios::failure);
+    EXPECT_STREQ(text, "a word");
 }
 
 TEST(WString, Numbers) {

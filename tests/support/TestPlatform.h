@@ -16,14 +16,21 @@
 namespace test {
 
 /// Puts a double behind `OS()` for a scope, in place of whatever was there. Not while other threads
-/// use the service.
+/// use the service. Doubles call `noteUse` in each operation, so that a caller who keeps a service
+/// for a second use shows.
 template <class Interface>
 struct Override {
     explicit Override(Interface* service) : former(installed) { installed = service; }
     ~Override() { installed = former; }
-    static Interface* orElse(Interface* service) { return installed ? installed : service; }
+    static Interface* orElse(Interface* service) {
+        if (!installed) return service;
+        ++unusedAnswers;
+        return installed;
+    }
+    static void noteUse() { --unusedAnswers; }
 
     static inline constinit Interface* installed = nullptr;
+    static inline std::atomic<long> unusedAnswers = 0;  ///< Answers of `OS()` less uses of them.
     Interface* const former;
 };
 
@@ -34,6 +41,24 @@ struct ForwardingMemory : iMemoryServices {
     void unregisterReclaimable(iReclaimable* r) override { next->unregisterReclaimable(r); }
 
     iMemoryServices* const next = OS()->memoryServices();
+};
+
+/// Counters as ever; a scope of its own in which uses are noted.
+struct Atomics : iAtomicServices {
+    void increment(std::int32_t* counter) override {
+        installation.noteUse();
+        posix::atomicServices->increment(counter);
+    }
+    std::int32_t decrement(std::int32_t* counter) override {
+        installation.noteUse();
+        return posix::atomicServices->decrement(counter);
+    }
+    void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
+        installation.noteUse();
+        return posix::atomicServices->compareExchangePointer(target, exchange, comparand);
+    }
+
+    Override<iAtomicServices> installation{this};
 };
 
 /// What is allocated in this scope passes every ledger by: the blocks of doubles and of assertions
@@ -49,12 +74,14 @@ struct Unledgered {
 /// pass it by.
 struct MemoryLedger : ForwardingMemory {
     void* allocate(std::size_t bytes) override {
+        installation.noteUse();
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
         if (failIn > 0 && --failIn == 0) ++refused, throw std::bad_alloc();
         return *blocks.insert(next->allocate(bytes)).first;
     }
     void free(void* block) override {
+        installation.noteUse();
         blocks.extract(block);  // Unlike `erase`, it has let go of its node when that is released.
         next->free(block);
     }
@@ -105,8 +132,12 @@ struct MemoryFiles : iFileServices {
     }
     /// The bytes of a file; none for a file that does not exist.
     std::string get(const WString& p) const { return contents.count(p) ? contents.at(p) : ""; }
-    wchar_t pathSeparator() override { return '/'; }
+    wchar_t pathSeparator() override {
+        installation.noteUse();
+        return '/';
+    }
     Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
+        installation.noteUse();
         const Unledgered unledgered;
         calls += ", open " + std::string(path.begin(), path.end());
         for (const int code : {a, b, c, d}) calls += ' ' + std::to_string(code);
@@ -124,10 +155,22 @@ struct MemoryFiles : iFileServices {
 /// A clock that stands still, or goes on by a step at every reading.
 struct Clock : iTextServices {
     explicit Clock(double milliseconds) : ms(milliseconds) {}
-    WString wideFromAscii(const char* text) override { return next->wideFromAscii(text); }
-    UTF8String utf8FromWide(const WString& text) override { return next->utf8FromWide(text); }
-    WString wideFromUtf8(const char* text) override { return next->wideFromUtf8(text); }
-    double nowMilliseconds() override { return ms += step; }
+    WString wideFromAscii(const char* text) override {
+        installation.noteUse();
+        return next->wideFromAscii(text);
+    }
+    UTF8String utf8FromWide(const WString& text) override {
+        installation.noteUse();
+        return next->utf8FromWide(text);
+    }
+    WString wideFromUtf8(const char* text) override {
+        installation.noteUse();
+        return next->wideFromUtf8(text);
+    }
+    double nowMilliseconds() override {
+        installation.noteUse();
+        return ms += step;
+    }
 
     double ms, step = 0;
     iTextServices* const next = OS()->textServices();
@@ -144,9 +187,14 @@ struct Threads : iThreadServices {
         Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
     };
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
-        return value = n, (new Lock)->handOver();
+        installation.noteUse();
+        value = n;
+        return (new Lock)->handOver();
     }
-    unsigned currentThreadId() override { return posix::threadServices->currentThreadId(); }
+    unsigned currentThreadId() override {
+        installation.noteUse();
+        return posix::threadServices->currentThreadId();
+    }
 
     static inline std::atomic<int> held = 0;
     unsigned value = 0;
@@ -156,10 +204,20 @@ struct Threads : iThreadServices {
 /// Every folder is this one.
 struct Folder : iPathServices {
     explicit Folder(const std::string& name) : path(name.begin(), name.end()) {}
-    WString getFolderPath(int) override { return path; }
+    WString getFolderPath(int) override {
+        installation.noteUse();
+        return path;
+    }
 
     const WString path;
     Override<iPathServices> installation{this};
 };
+
+/// How many more times services were asked for than used, over all doubles of this header.
+inline long keptServices() {
+    return Override<iMemoryServices>::unusedAnswers + Override<iAtomicServices>::unusedAnswers +
+           Override<iFileServices>::unusedAnswers + Override<iTextServices>::unusedAnswers +
+           Override<iThreadServices>::unusedAnswers + Override<iPathServices>::unusedAnswers;
+}
 
 }  // namespace test
