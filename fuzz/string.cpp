@@ -36,8 +36,10 @@ void checkReads(const String& s, const String& o, const std::string& word, char 
     assert((s.compare(o) <=> 0) == ((both ? text.compare(other) : some - someO) <=> 0));
     assert((s < o) == (both && text < other));
     assert((s <= o) == (both ? text <= other : some == someO));
+    assert((s > o) == (both && text > other));
+    assert((s >= o) == (both ? text >= other : some == someO));
     assert((s == w) == (text == word) && (s == null) == blank &&
-           (s <= w) == (some && text <= word));
+           (s <= w) == (some && text <= word) && (s >= w) == (some && text >= word));
     assert(std::bit_cast<long>(s.asDouble()) == std::bit_cast<long>(std::atof(text.c_str())));
     assert(s.compareCaseInsensitive(w) == (word != "" && folded(word) == folded(text)));
     for (const bool cased : {false, true}) {

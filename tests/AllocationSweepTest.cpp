@@ -28,6 +28,15 @@ using Row = std::tuple<const char*, std::function<void()>, bool>;
 #define OP(...) Row({#__VA_ARGS__, [&] { __VA_ARGS__; }, true})
 #define FREE(...) Row({#__VA_ARGS__, [&] { __VA_ARGS__; }, false})
 
+// An element that moves by copying, which can fail.
+struct Copied {
+    Copied() = default;
+    Copied(const Copied&) = default;
+    Copied& operator=(const Copied&) = default;
+    bool operator==(const Copied&) const = default;
+    std::string text;
+};
+
 // What the operations work on: a bare text, one of its own or one that is shared. Texts are too
 // long for the standard strings' own room.
 struct Subject {
@@ -36,6 +45,8 @@ struct Subject {
         rep.refCount = 2;
         while (ws.size() < 4)  // The next one makes them grow.
             ws.add(&L"first/name"[ws.size()]), ss.add("field"), ints.add(7);
+        copies.add(Copied());
+        copies[0].text = "a text that needs a block";
         ini["Section"].emplace_back("key=old", '=').setValue("value");
         files.put(L"output", "old");
         files.put(L"input", "x=1\n[A]\ny=2\n[B]\nz=3\n");
@@ -52,6 +63,7 @@ struct Subject {
             add(text);
         for (const String& text : ss) add(text);
         for (const WString& text : ws) add(text.c_str());
+        for (const Copied& copy : copies) add(copy.text.c_str());
         for (auto i = ini.getSectionIterator(); i.valid(); ++i) {
             add(i.name());
             for (const Pair& entry : *i) add(entry.asString('='));
@@ -79,6 +91,7 @@ struct Subject {
     WString w = L"wide/gr\u00FCn";
     Vector<WString> ws;
     Vector<int> ints;
+    Vector<Copied> copies;
     Pair kv{"key=value", '='};
     VornIniFile ini{L"input", false, false};
     VornIniFile::Sections built{VornIniFile_Private::StringLT_Fancy{true}};
@@ -152,7 +165,7 @@ std::vector<Row> Subject::rows() {
         OP(ss.resizeFor(9)), OP(ws.remove(0, 1)), OP(ws.remove(1, 4)), OP(ws.add(w)),
         OP(ws.push_back(w)), OP(ws.insert(w, 1)), OP(ws.intern(w, at)),
         OP(ws = Vector<WString>(ws)), OP(ws.resizeFor(9)), OP(ints.add(1)), OP(ints.insert(1, 1)),
-        OP(ints = Vector<int>(ints)), OP(w = WStringFromUTF8("some text")),
+        OP(ints = Vector<int>(ints)), OP(copies.resizeFor(9)), OP(w = WStringFromUTF8("some text")),
         OP(w = WStringFromAscii("some text")), OP(s = UTF8FromWString(w).c_str()),
         OP(w = WStringFromInteger(123456)), OP(w = WStringFromFloat(1.5, '\5', false)),
         OP(w = toUpper(std::as_const(w))), OP(w = toLower(std::as_const(w))),

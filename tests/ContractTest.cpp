@@ -100,6 +100,21 @@ TEST(Contract, MemoryComesFromThePlatform) {
     check(16, false, CPUAlignedNew, CPUAlignedDelete);
 }
 
+TEST(Contract, CountsThatWrapAreRefused) {
+    EXPECT_THROW(StdAllocator<long>().allocate(SIZE_MAX / sizeof(long) + 2), std::bad_alloc);
+}
+
+struct Doubling : Vector<int> {
+    unsigned add(const int& number) override { return Vector::add(2 * number); }
+};
+
+TEST(Contract, PushingBackAddsThroughTheVirtualTable) {
+    Doubling numbers;
+    Vector<int>& base = numbers;
+    base.push_back(21);
+    EXPECT_EQ(numbers[0], 42);
+}
+
 // A letter for each call: n new block, + and - for the counter, f block freed, l and x for an
 // exchange, l where the new node leads to the old one, and ~ for the object's destructor. Few
 // enough at a time that the string does not allocate.

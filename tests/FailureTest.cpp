@@ -69,4 +69,19 @@ TEST(Check, LogsFailuresAndSlowCalls) {
     EXPECT_TRUE(Vorn::SecondsNow() == 2.75 && logInDebug());
 }
 
+struct OneProcessorMore : iSystemInfo {
+    explicit OneProcessorMore(unsigned number) : known(number) {}
+    unsigned getNumProcessors() override { return known + 1; }
+
+    const unsigned known;
+    const test::Override<iSystemInfo> installation{this};
+};
+
+TEST(CPUInfo, KeepsItsFirstAnswer) {
+    const unsigned known = Vorn::CPUInfo::getNumProcessors();
+    EXPECT_GT(known, 0u);
+    const OneProcessorMore later(known);
+    EXPECT_EQ(Vorn::CPUInfo::getNumProcessors(), known);
+}
+
 }  // namespace

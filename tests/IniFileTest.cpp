@@ -29,8 +29,12 @@ std::string resaved(const std::string& file, bool cased) {
 
 TEST(IniFile, FilesKeepEveryEntry) {
     const fs::path data = VORN_TEST_DATA;
-    EXPECT_EQ(resaved(contentOf(data / "forms.ini"), false), contentOf(data / "forms.folded.ini"));
-    EXPECT_EQ(resaved(contentOf(data / "forms.ini"), true), contentOf(data / "forms.cased.ini"));
+    const std::string forms = contentOf(data / "forms.ini");
+    EXPECT_EQ(resaved(forms, false), contentOf(data / "forms.folded.ini"));
+    EXPECT_EQ(resaved(forms, true), contentOf(data / "forms.cased.ini"));
+}
+
+TEST(IniFile, RealFilesKeepEveryEntry) {
     const fs::path corpus = VORN_INI_CORPUS;
     if (!fs::is_directory(corpus)) GTEST_SKIP() << "VORN_INI_CORPUS names no folder of real files";
     for (const auto& file : fs::directory_iterator(corpus)) {
@@ -39,6 +43,20 @@ TEST(IniFile, FilesKeepEveryEntry) {
             EXPECT_EQ(resaved(once, cased), once) << file;
         }
     }
+}
+
+TEST(IniFile, AssignmentTakesEverythingOver) {
+    test::MemoryFiles files;
+    files.put(L"cased", "[s]\nk=1\n");
+    VornIniFile ini(false);
+    ini["old"];
+    ini = VornIniFile(L"cased", true, true);
+    EXPECT_TRUE(ini.getSectionNameCaseSensitivity());
+    EXPECT_TRUE(ini.sectionExists("s"));
+    EXPECT_FALSE(ini.sectionExists("S"));
+    EXPECT_FALSE(ini.sectionExists("old"));
+    EXPECT_TRUE(ini.save(L"")) << "to the path of the other";
+    EXPECT_EQ(files.get(L"cased"), "[s]\r\nk=1\r\n");
 }
 
 TEST(IniFile, CallsThePlatformAsAgreedAndKeepsThePath) {

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <barrier>
+#include <chrono>
 #include <list>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -100,6 +102,40 @@ TEST(NamedObjects, BehaveLikeAMap) {
             ASSERT_LE(countKeys(), known + (row > 2 && expected.empty()));
         }
     }
+}
+
+TEST(NamedObjects, ObjectsMadeByTheRegistryStartAtZero) {
+    struct Plain {
+        int number;
+        void* address;
+    };
+    const test::MemoryLedger dirtyMemory;
+    Vorn::NamedObjectsNamespace registry("test");
+    const std::unique_ptr<Plain> made(registry.findOrCreate<Plain>("key"));
+    EXPECT_EQ(made->number, 0);
+    EXPECT_EQ(made->address, nullptr);
+}
+
+// Gives other threads time to come where one is making a lock.
+struct SlowThreads : test::Threads {
+    Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return Threads::createCriticalSection(n);
+    }
+};
+
+TEST(NamedObjects, ThreadsShareOneGlobalNamespace) {
+    const SlowThreads threads;
+    Vorn::NamedObjectsNamespace* seen[2] = {};
+    {
+        std::vector<std::jthread> callers;
+        for (auto& instance : seen)
+            callers.emplace_back([&instance] {
+                instance = Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance();
+            });
+    }
+    EXPECT_NE(seen[0], nullptr);
+    EXPECT_EQ(seen[0], seen[1]);
 }
 
 TEST(NamedObjects, ThreadsWaitForHeldKeysAlone) {

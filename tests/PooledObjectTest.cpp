@@ -14,6 +14,8 @@
 #include <thread>
 #include <utility>
 
+#include "Vorn/CriticalSection.h"
+#include "Vorn/VornNamedObjects.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
@@ -89,6 +91,17 @@ void reportOften() {
     for (int n = 0; n < 200; ++n) logger.dump();
 }
 
+// What the system answers to those who register something for the exit.
+bool handlersRefused = false;
+
+// The oldest is reported by its own handler, not by one of a logger that has none.
+void buildWithoutHandler() {
+    new Logger("older");
+    handlersRefused = true;
+    new Logger("without handler");
+    handlersRefused = false;
+}
+
 // The first test, since a process writes one header, and its children none after it.
 TEST(PooledObject, ProcessesReportLoggersOnceNewestFirst) {
     const struct {
@@ -103,6 +116,7 @@ TEST(PooledObject, ProcessesReportLoggersOnceNewestFirst) {
         {closeModule, 1, {"module", "after module", "left by module", "program"}},
         {reportLate, 1, {"late"}},
         {buildAtExit, 1, {}},
+        {buildWithoutHandler, 1, {"older"}},
         {reportOften, 2, std::vector<std::string>(402, std::string(60000, 'x'))},
     };
     for (const auto& [build, processes, names] : rows) {
@@ -157,4 +171,51 @@ TEST(PooledObject, MeasuresDemand) {
     }
 }
 
+// The logs' folder, whoever asks for which holds the lock that all modules share.
+struct GuardedFolder : test::Folder {
+    using Folder::Folder;
+    WString getFolderPath(int code) override {
+        ++asked;
+        EXPECT_EQ(lock->owner(), OS()->threadServices()->currentThreadId());
+        return Folder::getFolderPath(code);
+    }
+
+    CriticalSection* const lock =
+        Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
+            "PooledObjects.log_FileAccessLock");
+    int asked = 0;
+};
+
+TEST(PooledObject, ReportsUnderTheSharedLock) {
+    const Logs logs;
+    GuardedFolder folders(root);
+    {
+        Logger logger("pool");
+        logger.dump();
+        EXPECT_EQ(folders.asked, 1);
+    }
+    EXPECT_EQ(folders.asked, 2);
+    const Logger atExit("at exit");
+    LoggingTraitsBase_exit();
+    EXPECT_EQ(folders.asked, 3);
+}
+
+TEST(PooledObject, ReportsInTheTimeZoneOfTheMoment) {
+    Logs logs;
+    Logger logger("pool");
+    for (const auto& [zone, time] : {std::pair("UTC0", "Thu Jan  1 00:00:00 1970\n"),
+                                     std::pair("HERE5", "Wed Dec 31 19:00:00 1969\n")}) {
+        ::setenv("TZ", zone, 1);
+        logger.dump();
+        EXPECT_TRUE(logs.takeReport().ends_with(time)) << zone;
+    }
+}
+
 }  // namespace
+
+// Stands before the C library's, which passes registrations of `atexit` on to it.
+extern "C" VORN_EXPORT int __cxa_atexit(void (*handler)(void*), void* argument, void* module) {
+    using Register = decltype(&__cxa_atexit);
+    static const auto next = reinterpret_cast<Register>(::dlsym(RTLD_NEXT, "__cxa_atexit"));
+    return handlersRefused ? -1 : next(handler, argument, module);
+}

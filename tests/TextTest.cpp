@@ -54,6 +54,28 @@ TEST(String, PairsAsKeysStayApart) {
     EXPECT_LT(std::tuple(1, String("a")), std::tuple(1, String("b")));
 }
 
+// The other holder of a text, who lets go of it while it is being copied.
+struct LettingGo : test::Atomics {
+    explicit LettingGo(const String& text) : other(text) {}
+    void increment(std::int32_t* counter) override {
+        Atomics::increment(counter);
+        const String released = std::move(other);
+    }
+
+    String other;
+};
+
+TEST(String, ATextThatBothHoldersLeaveIsReleased) {
+    test::MemoryLedger ledger;
+    {
+        String text("shared");
+        LettingGo holder(text);
+        text += '!';
+        EXPECT_STREQ(text, "shared!");
+    }
+    EXPECT_EQ(ledger.live(), 0u);
+}
+
 TEST(String, ReadingKeepsWhatCameBeforeAFailure) {
     std::istringstream in("word");
     in.exceptions(std::ios::eofbit);

@@ -5,7 +5,9 @@
 
 #include <atomic>
 #include <barrier>
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -106,6 +108,52 @@ TEST(Threads, LoseNothing) {
     for (std::size_t n = 0; n < 4 * kSteps; ++n)
         ASSERT_EQ(texts[n % 4][n / 4],
                   String(static_cast<unsigned>(n / 4)) + String("abcd"[n % 4]));
+}
+
+struct Spare : Reclaimable {
+    std::size_t reclaimableBytes() override { return 1; }
+    std::size_t reclaim(std::size_t) override { return 1; }
+    std::size_t reclaimAll() override { return 1; }
+};
+
+TEST(Threads, RegisterMemoryThatCanBeGivenBackAtTheSameTime) {
+    constexpr std::size_t kThreads = 4;
+    std::vector<std::unique_ptr<Spare>> kept(kThreads);
+    {
+        std::vector<std::jthread> threads;
+        for (auto& last : kept)
+            threads.emplace_back([&last] {
+                for (std::size_t step = 0; step < kSteps; ++step) last = std::make_unique<Spare>();
+            });
+    }
+    EXPECT_EQ(OS()->memoryServices()->reclaim(1000), kThreads) << "each kept one is asked once";
+}
+
+// As the system shows a thread of this process: R for one that runs, S for one that sleeps.
+char stateOf(pid_t thread) {
+    std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string line;
+    std::getline(status, line);
+    return line[line.rfind(')') + 2];
+}
+
+TEST(Threads, SleepWhileTheyWaitForALock) {
+    CriticalSection section;
+    section.enter();
+    std::atomic<pid_t> waiter = 0;
+    std::jthread thread([&] {
+        waiter = ::gettid();
+        section.enter();
+        section.leave();
+    });
+    constexpr int kEnoughInARow = 20;
+    int asleep = 0;
+    for (int looks = 0; looks < 10000 && asleep < kEnoughInARow; ++looks) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        asleep = waiter != 0 && stateOf(waiter) == 'S' ? asleep + 1 : 0;
+    }
+    EXPECT_EQ(asleep, kEnoughInARow);
+    section.leave();
 }
 
 }  // namespace

@@ -4,7 +4,11 @@
 // in front of one of them. Those that are complete install themselves for as long as they live.
 #pragma once
 
+#include <unistd.h>
+
 #include <atomic>
+#include <cstring>
+#include <filesystem>
 #include <map>
 #include <new>
 #include <set>
@@ -78,7 +82,10 @@ struct MemoryLedger : ForwardingMemory {
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
         if (failIn > 0 && --failIn == 0) ++refused, throw std::bad_alloc();
-        return *blocks.insert(next->allocate(bytes)).first;
+        void* const block = next->allocate(bytes);
+        std::memset(block, 0xA5, bytes);  // So that what nobody sets shows.
+        blocks.insert(block);
+        return block;
     }
     void free(void* block) override {
         installation.noteUse();
@@ -211,6 +218,16 @@ struct Folder : iPathServices {
 
     const WString path;
     Override<iPathServices> installation{this};
+};
+
+/// A folder of this process's own, which goes with all that is in it.
+struct TemporaryFolder {
+    TemporaryFolder() { std::filesystem::create_directories(path); }
+    ~TemporaryFolder() { std::filesystem::remove_all(path); }
+
+    const std::filesystem::path path =
+        std::filesystem::canonical(std::filesystem::temp_directory_path()) /
+        ("vorn-test-" + std::to_string(::getpid()));
 };
 
 /// How many more times services were asked for than used, over all doubles of this header.
