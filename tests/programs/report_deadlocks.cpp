@@ -25,16 +25,21 @@ NamedObjectsNamespace& registry() {
     return *NamedObjectsNamespace::getGlobalNamespaceInstance();
 }
 
-// Runs under the registry's lock where the key is fresh.
+// Factories run under the registry's lock where the key is fresh.
 void* makeBesideLogger() {
     const LoggingTraitsBase logger("in a factory");
     return new int(0);
 }
 
-void useFreshKeys(const std::string& prefix, int rounds) {
+void* makeBesideReport() {
+    static LoggingTraitsBase* const logger = new LoggingTraitsBase("dumped in a factory");
+    logger->dump();
+    return new int(0);
+}
+
+void useFreshKeys(const std::string& prefix, int rounds, NamedObjectsNamespace::Factory make) {
     for (int round = 0; round < rounds; ++round)
-        delete registry().findOrCreate<int>((prefix + std::to_string(round)).c_str(),
-                                            makeBesideLogger);
+        delete registry().findOrCreate<int>((prefix + std::to_string(round)).c_str(), make);
 }
 
 void destroyLoggers(int rounds) {
@@ -46,17 +51,17 @@ void destroyLoggers(int rounds) {
 void destroyBesideFactories() {
     std::jthread first([] { destroyLoggers(kRounds); });
     std::jthread second([] { destroyLoggers(kRounds); });
-    useFreshKeys("key ", kRounds / 10);
+    useFreshKeys("key ", kRounds / 10, makeBesideLogger);
 }
 
-// The workers go on while exit handlers report.
+// The workers are still at it when exit handlers report.
 void exitBesideFactories() {
     for (int number = 0; number < 300; ++number) new LoggingTraitsBase("alive at exit");
     static std::atomic<int> working = 0;
     for (const char* const prefix : {"first ", "second "}) {
         std::thread([prefix] {
             ++working;
-            useFreshKeys(prefix, 1000000);
+            useFreshKeys(prefix, kRounds, makeBesideReport);
         }).detach();
     }
     while (working < 2) std::this_thread::yield();
