@@ -56,18 +56,17 @@ String::String(StringRep* fresh) noexcept : rep(fresh) {
 }
 
 String::String(const char* s) {
-    if (s) *this = String(new StringRep(s, lengthOf(s)));
+    if (s) *this = String(StringRep::copyOf(s, lengthOf(s)));
 }
 
 String::String(const char* s, unsigned n) {
-    if (s && n > 0) *this = String(new StringRep(s, n));
+    if (s && n > 0) *this = String(StringRep::copyOf(s, n));
 }
 
-String::String(char c) : String(new StringRep(&c, 1)) {}
+String::String(char c) : String(StringRep::copyOf(&c, 1)) {}
 
-String::String(char c, unsigned count) : String(new StringRep()) {
-    rep->resizeFor(count);
-    rep->expandTo(count);
+String::String(char c, unsigned count)
+    : String(StringRep::withRoom(count, StringRep::sizeFor(count))) {
     std::memset(rep->buffer, c, count);
 }
 
@@ -76,12 +75,12 @@ String::String(const String& other) noexcept : rep(other.rep) {
 }
 
 String::String(const String& s, unsigned n) {
-    if (s.size() > 0) *this = String(new StringRep(s.rep->buffer, std::min(n, s.size())));
+    if (s.size() > 0) *this = String(StringRep::copyOf(s.rep->buffer, std::min(n, s.size())));
 }
 
 String::String(const SubString& sub) {
     const StringRep* const viewed = sub.rep ? sub.rep->string.text() : nullptr;
-    if (viewed) *this = String(new StringRep(viewed->buffer + sub.index(), sub.size()));
+    if (viewed) *this = String(StringRep::copyOf(viewed->buffer + sub.index(), sub.size()));
 }
 
 String::String(int v) {
@@ -124,8 +123,7 @@ String& String::edit(Edit change) {
         change(*rep);
         return *this;
     }
-    String copy(new StringRep());
-    if (rep) *copy.rep = rep->buffer;
+    String copy(text() ? StringRep::copyOf(rep->buffer, lengthOf(rep->buffer)) : new StringRep());
     change(*copy.rep);
     std::swap(rep, copy.rep);
     return *this;
@@ -134,13 +132,10 @@ String& String::edit(Edit change) {
 // A copy of `a`, up to its first zero byte, that has grown by the `n` bytes at `b`.
 String String::joined(const char* a, const char* b, unsigned n) {
     const std::size_t kept = std::strlen(a);
-    String whole(new StringRep());
-    StringRep& r = *whole.rep;
-    r.resizeFor(clipped(kept + n));
-    std::memcpy(r.buffer, a, kept);
-    std::memcpy(r.buffer + kept, b, n);
-    r.length = static_cast<unsigned>(kept + n);
-    r.buffer[r.length] = 0;
+    const unsigned length = clipped(kept + n);
+    String whole(StringRep::withRoom(length, StringRep::sizeFor(length)));
+    std::memcpy(whole.rep->buffer, a, kept);
+    std::memcpy(whole.rep->buffer + kept, b, n);
     return whole;
 }
 
@@ -151,7 +146,7 @@ inline String& String::append(const char* s, unsigned n) {
 
 // Kept out of `append`, which is to stay small.
 [[gnu::noinline]] String& String::grow(const char* s, unsigned n) {
-    if (!rep) return *this = String(new StringRep(s, n));
+    if (!rep) return *this = String(StringRep::copyOf(s, n));
     if (isShared(*rep)) return *this = joined(*this, s, n);
     rep->append(s, n);
     return *this;
@@ -273,7 +268,7 @@ unsigned String::split(char delim, Vector<String>& out, unsigned flags) const {
     const char* const buffer = whole;
     return Vorn::SplitPrivate::appendFields(
         whole, buffer, size(), delim, flags, true, out, [=](std::size_t start, std::size_t n) {
-            return String(new StringRep(buffer + start, static_cast<unsigned>(n)));
+            return String(StringRep::copyOf(buffer + start, static_cast<unsigned>(n)));
         });
 }
 

@@ -79,6 +79,23 @@ StringRep::StringRep(const char* s, unsigned n) {
     capacity = n + 1;
 }
 
+StringRep* StringRep::withRoom(unsigned length, unsigned capacity) {
+    void* const block = ::operator new(sizeof(StringRep) + capacity);
+    auto* const rep = new (block) StringRep();
+    rep->hasRoom = true;
+    rep->buffer = reinterpret_cast<char*>(rep + 1);
+    rep->buffer[length] = 0;
+    rep->length = length;
+    rep->capacity = capacity;
+    return rep;
+}
+
+StringRep* StringRep::copyOf(const char* s, unsigned n) {
+    StringRep* const rep = withRoom(checkedLength(n), n + 1);
+    std::memcpy(rep->buffer, s, n);
+    return rep;
+}
+
 StringRep::~StringRep() {
     purge();
 }
@@ -90,7 +107,7 @@ void StringRep::init() noexcept {
 }
 
 void StringRep::purge() noexcept {
-    delete[] std::exchange(buffer, nullptr);
+    release(std::exchange(buffer, nullptr));
     length = capacity = 0;
 }
 
@@ -123,7 +140,7 @@ char* StringRep::realloc(void* old, unsigned size) {
     char* const block = new char[size];
     if (old) {
         std::memcpy(block, old, std::min(capacity, size));
-        delete[] static_cast<char*>(old);
+        release(static_cast<char*>(old));
     }
     return block;
 }
@@ -216,11 +233,11 @@ unsigned StringRep::index(const char* needle, unsigned from) const {
 StringRep* StringRep::unshare() const {
     auto* const self = const_cast<StringRep*>(this);
     if (std::atomic_ref(self->refCount).load(std::memory_order_acquire) < 2) return self;
-    auto copy = std::make_unique<StringRep>();
-    *copy = buffer;
+    StringRep* const copy =
+        buffer ? copyOf(buffer, static_cast<unsigned>(std::strlen(buffer))) : new StringRep();
     OS()->atomicServices()->increment(&copy->refCount);
     if (OS()->atomicServices()->decrement(&self->refCount) == 0) delete self;
-    return copy.release();
+    return copy;
 }
 
 // Puts the `n` bytes at `src` in place of the `removed` bytes at `at`, in a buffer of `size` bytes.
@@ -241,8 +258,12 @@ void StringRep::edit(unsigned at, unsigned removed, const char* src, unsigned n,
 }
 
 void StringRep::take(char* text, unsigned newLength, unsigned size) noexcept {
-    if (text != buffer) delete[] buffer;
+    if (text != buffer) release(buffer);
     buffer = text;
     length = newLength;
     capacity = size;
+}
+
+void StringRep::release(char* text) noexcept {
+    if (!hasRoom || text != reinterpret_cast<char*>(this + 1)) delete[] text;
 }

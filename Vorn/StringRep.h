@@ -24,6 +24,9 @@
 ///    any growing edit. Lengths stay below 2^31; a text that would reach that throws
 ///    `std::bad_alloc`.
 ///
+/// What `String` builds from a text lies in one block with it, which `buffer` then leads into; an
+/// edit that needs another buffer leaves that place unused.
+///
 /// Sources may lie in the text that is edited: their bytes are taken as they were before the call.
 /// Null sources read as empty text. An operation that cannot get memory changes nothing.
 class VORN_EXPORT StringRep {
@@ -35,6 +38,8 @@ public:
     ~StringRep();
     StringRep(const StringRep&) = delete;
     StringRep& operator=(const StringRep&) = delete;
+    /// Whatever the size: the block may be longer than the object.
+    static void operator delete(void* block) noexcept { ::operator delete(block); }
 
     /// Sets every field to zero without freeing anything.
     void init() noexcept;
@@ -88,8 +93,14 @@ public:
     std::uint32_t length;
     std::uint32_t capacity;
     std::int32_t refCount;
+    /// Whether there is room for a text behind the object, in the same block. Set by who makes it.
+    bool hasRoom = false;
 
 private:
+    /// In one block with room for a text of `length` bytes, which is the caller's to fill.
+    static StringRep* withRoom(unsigned length, unsigned capacity);
+    static StringRep* copyOf(const char* s, unsigned n);
+
     /// Appends where that leaves the block as it is, and returns whether it does. Inline, since
     /// `String` appends in short steps.
     bool appendInPlace(const char* s, unsigned n) {
@@ -102,5 +113,6 @@ private:
     }
     void edit(unsigned at, unsigned removed, const char* src, unsigned n, unsigned size);
     void take(char* text, unsigned newLength, unsigned size) noexcept;
+    void release(char* text) noexcept;
     friend class String;
 };
