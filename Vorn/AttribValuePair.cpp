@@ -1,6 +1,7 @@
 #include "Vorn/AttribValuePair.h"
 
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 #include "Vorn/WStringUtils.h"
@@ -38,20 +39,34 @@ AttribValuePair::AttribValuePair(const String& line_, char separator)
     : AttribValuePair(String(line_), separator) {}
 
 AttribValuePair::AttribValuePair(String&& line_, char separator)
-    : state(kSynced), line(std::move(line_)) {
-    const unsigned end = line.nthIndex(1, separator);
-    if (end == kNotFound) return;
-    attrib = String(line.textAt(0), end);
-    value = String(line.textAt(end + 1), line.size() - end - 1);
-}
+    : state(kSynced), unsplit(true), splitAt(separator), line(std::move(line_)) {}
 
 AttribValuePair& AttribValuePair::operator=(const AttribValuePair& source) {
-    if (source.state == kLineOnly) return *this = AttribValuePair(source.line, '=');
-    if (source.state == kSynced) line = source.line;
+    if (source.state != kFieldsOnly) line = source.line;
+    unsplit = source.unsplit;
+    splitAt = source.splitAt;
     attrib = source.attrib;
     value = source.value;
-    state = source.state;
+    state = source.state == kLineOnly ? kSynced : source.state;
     return *this;
+}
+
+void AttribValuePair::splitLine() const {
+    const unsigned end = line.nthIndex(1, splitAt);
+    if (end != kNotFound) {
+        String before(line.textAt(0), end);
+        String behind(line.textAt(end + 1), line.size() - end - 1);
+        attrib = std::move(before);
+        value = std::move(behind);
+    }
+    unsplit = false;
+}
+
+std::string_view AttribValuePair::viewAttrib() const {
+    if (!unsplit) return {attrib, attrib.size()};
+    const char* const start = line;
+    const char* const end = std::strchr(start, splitAt);
+    return {start, end ? static_cast<std::size_t>(end - start) : 0};
 }
 
 String AttribValuePair::asString(char separator) const {
@@ -63,25 +78,29 @@ WString AttribValuePair::asWString(char separator) const {
 }
 
 bool AttribValuePair::valid() const {
-    return state != kLineOnly && attrib.size() > 0 && value.size() > 0;
+    return state != kLineOnly && getAttrib().size() > 0 && getValue().size() > 0;
 }
 
 bool AttribValuePair::operator==(const AttribValuePair& other) const {
     const bool bothSynced = state == kSynced && other.state == kSynced;
     const bool fieldsCount = state == kFieldsOnly || other.state == kFieldsOnly || bothSynced;
     const bool linesCount = state == kLineOnly || other.state == kLineOnly || bothSynced;
-    const bool fieldsEqual = fieldsCount && attrib == other.attrib && value == other.value;
     const bool linesEqual = linesCount && line == other.line;
-    if (bothSynced) return fieldsEqual || linesEqual;
+    if (bothSynced && linesEqual) return true;
+    const bool fieldsEqual =
+        fieldsCount && getAttrib() == other.getAttrib() && getValue() == other.getValue();
+    if (bothSynced) return fieldsEqual;
     return fieldsEqual == fieldsCount && linesEqual == linesCount;
 }
 
 void AttribValuePair::setAttrib(const String& text) {
+    split();
     attrib = text;
     state = kFieldsOnly;
 }
 
 void AttribValuePair::setValue(const String& text) {
+    split();
     value = text;
     state = kFieldsOnly;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "Vorn/String.h"
 #include "Vorn/WString.h"
@@ -12,7 +13,11 @@ namespace Vorn {
 /// A line of the form attribute, separator, value, kept as the line and as its two parts. The state
 /// says which of them is current, so that a line from a file is written back as it was read unless
 /// its parts were changed. Lines without separator, such as comments, have empty parts. Nothing is
-/// trimmed. The separator is not stored.
+/// trimmed. The separator is not part of the value.
+///
+/// A line is taken apart when a part is first asked for, so that a file whose entries are only
+/// loaded, found and saved costs no more than its lines. Reading a part may therefore allocate, and
+/// one pair is used by one thread at a time, also where it is only read.
 ///
 /// A plain value; `std::bad_alloc` is the only failure, and the pair then keeps its value.
 class VORN_EXPORT AttribValuePair {
@@ -50,8 +55,17 @@ public:
     State getState() const { return state; }
     /// Stale in `kFieldsOnly`.
     const String& getLine() const { return line; }
-    const String& getAttrib() const { return attrib; }
-    const String& getValue() const { return value; }
+    const String& getAttrib() const {
+        split();
+        return attrib;
+    }
+    const String& getValue() const {
+        split();
+        return value;
+    }
+    /// The bytes of the attribute, in the line if that is not taken apart yet. Allocates nothing;
+    /// the view holds until the pair is changed or a part of it is asked for.
+    std::string_view viewAttrib() const;
     /// Change one part and leave `kFieldsOnly`.
     void setAttrib(const String& text);
     void setValue(const String& text);
@@ -59,10 +73,17 @@ public:
     void setLine(const String& text);
 
 private:
+    void split() const {
+        if (unsplit) splitLine();
+    }
+    void splitLine() const;
+
     State state;
+    mutable bool unsplit = false;  // The parts are still to be taken from the line.
+    char splitAt = '=';
     String line;
-    String attrib;
-    String value;
+    mutable String attrib;
+    mutable String value;
     friend struct AttribValuePairLayout;
 };
 

@@ -112,7 +112,8 @@ template <class List>
 auto beginsWith(const String& prefix, List& section, bool caseSensitive) {
     const std::size_t n = std::strlen(prefix);
     return std::find_if(section.begin(), section.end(), [&](const AttribValuePair& entry) {
-        return compareNames(entry.getAttrib(), prefix, caseSensitive, n) == 0;
+        const std::string_view attrib = entry.viewAttrib();
+        return attrib.size() >= n && compareNames(attrib.data(), prefix, caseSensitive, n) == 0;
     });
 }
 

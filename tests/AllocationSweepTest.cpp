@@ -61,6 +61,9 @@ struct Subject {
              {s, other, String(rep.buffer, rep.length), String(w.c_str()), kv.asString('='),
               kv.getAttrib(), kv.getValue(), String(v), reinterpret_cast<const Named&>(lock)->name})
             add(text);
+        const Pair apart = fresh;  // So that asking does not take the pair itself apart.
+        for (const String& text : {apart.asString('='), apart.getAttrib(), apart.getValue()})
+            add(text);
         for (const String& text : ss) add(text);
         for (const WString& text : ws) add(text.c_str());
         for (const Copied& copy : copies) add(copy.text.c_str());
@@ -93,6 +96,7 @@ struct Subject {
     Vector<int> ints;
     Vector<Copied> copies;
     Pair kv{"key=value", '='};
+    Pair fresh{"key=value", '='};  // Not taken apart.
     VornIniFile ini{L"input", false, false};
     VornIniFile::Sections built{VornIniFile_Private::StringLT_Fancy{true}};
     CriticalSection lock{"lock"};
@@ -174,6 +178,8 @@ std::vector<Row> Subject::rows() {
         OP(w = pack(ws, L'/')), OP(w = splitFilename(w)), OP(w = PathsLite::getSystemLogsPath()),
         OP(kv = Pair(s, "value", '=')), OP(kv = Pair(w, w, '=')), OP(kv = Pair("some=text", '=')),
         OP(kv.setAttrib("name")), OP(kv.setValue("text")), OP(kv.setLine("a=b")),
+        OP(fresh.getAttrib()), OP(fresh.getValue()), OP(fresh.setAttrib("name")),
+        OP(fresh.setValue("text")), OP(fresh.valid()), OP(use(fresh == Pair("other", '='))),
         OP(Pair p(kv); p.setLine("a=b"); kv = p), OP(w = kv.asWString('=')),
         OP(ini = VornIniFile(L"input", false, true)),
         OP(adding = true; ini = VornIniFile(L"input", true, true)), OP(ini = VornIniFile(ini)),
