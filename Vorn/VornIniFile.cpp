@@ -41,8 +41,12 @@ unsigned char folded(char c, bool caseSensitive) {
 // Below, at or above 0 as the first `limit` bytes of the two texts compare.
 int compareNames(const char* a, const char* b, bool caseSensitive, std::size_t limit) {
     for (std::size_t i = 0; i < limit; ++i) {
-        const int order = folded(a[i], caseSensitive) - folded(b[i], caseSensitive);
-        if (order != 0 || a[i] == 0) return order;
+        if (a[i] != b[i]) {
+            const int order = folded(a[i], caseSensitive) - folded(b[i], caseSensitive);
+            if (order != 0) return order;
+        } else if (a[i] == 0) {
+            return 0;
+        }
     }
     return 0;
 }
