@@ -1,4 +1,5 @@
-// What the diagnostics of a pool add to a pop and a push, beside two readings of the clock.
+// What the diagnostics of a pool add to a pop and a push, beside two readings of the clock and
+// beside their floor: those readings and the three counts, by way of the platform.
 
 #include <benchmark/benchmark.h>
 
@@ -6,6 +7,9 @@
 #include <thread>
 
 #include "Vorn/PooledObjectDebug.h"
+#include "Vorn/Time.h"
+#include "platform/OS.h"
+#include "platform/iAtomicServices.h"
 
 namespace {
 
@@ -39,5 +43,17 @@ void readClockTwice(benchmark::State& state) {
     }
 }
 BENCHMARK(readClockTwice)->Threads(1)->Threads(4);
+
+void countAndReadClock(benchmark::State& state) {
+    std::int32_t inUse = 0, allocations = 0;
+    for (auto _ : state) {
+        OS()->atomicServices()->increment(&inUse);
+        benchmark::DoNotOptimize(Vorn::now());
+        benchmark::DoNotOptimize(Vorn::now());
+        OS()->atomicServices()->increment(&allocations);
+        OS()->atomicServices()->decrement(&inUse);
+    }
+}
+BENCHMARK(countAndReadClock)->Threads(1)->Threads(4);
 
 }  // namespace

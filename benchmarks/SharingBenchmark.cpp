@@ -1,4 +1,5 @@
-// What handles and locks cost, beside the standard library's.
+// What handles and locks cost, beside the standard library's and beside their floor: the calls that
+// the platform's contract asks for, made bare.
 
 #include <benchmark/benchmark.h>
 
@@ -7,8 +8,17 @@
 
 #include "Vorn/CriticalSection.h"
 #include "Vorn/Ptr.h"
+#include "platform/OS.h"
+#include "platform/iAtomicServices.h"
+#include "platform/iCriticalSection.h"
+#include "platform/iThreadServices.h"
 
 namespace {
+
+void countUpAndDown(std::int32_t& count) {
+    OS()->atomicServices()->increment(&count);
+    benchmark::DoNotOptimize(OS()->atomicServices()->decrement(&count));
+}
 
 template <class Handle>
 void constructHandle(benchmark::State& state) {
@@ -19,6 +29,18 @@ void constructHandle(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(constructHandle, Vorn::Ptr<int>);
 BENCHMARK_TEMPLATE(constructHandle, std::shared_ptr<int>);
+
+void constructFloor(benchmark::State& state) {
+    for (auto _ : state) {
+        void* const object = ::operator new(sizeof(int));
+        auto* const count = new (::operator new(sizeof(std::int32_t))) std::int32_t(0);
+        benchmark::DoNotOptimize(object);
+        countUpAndDown(*count);
+        ::operator delete(count);
+        ::operator delete(object);
+    }
+}
+BENCHMARK(constructFloor)->Name("constructHandle<floor>");
 
 template <class Handle>
 void copyHandle(benchmark::State& state) {
@@ -31,10 +53,30 @@ void copyHandle(benchmark::State& state) {
 BENCHMARK_TEMPLATE(copyHandle, Vorn::Ptr<int>);
 BENCHMARK_TEMPLATE(copyHandle, std::shared_ptr<int>);
 
+void copyFloor(benchmark::State& state) {
+    std::int32_t count = 1;
+    for (auto _ : state) countUpAndDown(count);
+}
+BENCHMARK(copyFloor)->Name("copyHandle<floor>");
+
 struct Ours {
     void lock() { section.enter(); }
     void unlock() { section.leave(); }
     CriticalSection section;
+};
+
+struct Floor {
+    void lock() {
+        bare->enter();
+        benchmark::DoNotOptimize(OS()->threadServices()->currentThreadId());
+    }
+    void unlock() { bare->leave(); }
+    Vorn::Ptr<iCriticalSection> bare = OS()->threadServices()->createCriticalSection(0);
+};
+
+// Once more by its holder, whose identity is known.
+struct HeldFloor : Floor {
+    void lock() { bare->enter(); }
 };
 
 template <class Lock>
@@ -47,6 +89,7 @@ void lock(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(lock, Ours);
 BENCHMARK_TEMPLATE(lock, std::recursive_mutex);
+BENCHMARK_TEMPLATE(lock, Floor);
 BENCHMARK_TEMPLATE(lock, Ours)->Threads(2)->UseRealTime();
 BENCHMARK_TEMPLATE(lock, std::recursive_mutex)->Threads(2)->UseRealTime();
 
@@ -61,5 +104,6 @@ void lockHeld(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(lockHeld, Ours);
 BENCHMARK_TEMPLATE(lockHeld, std::recursive_mutex);
+BENCHMARK_TEMPLATE(lockHeld, HeldFloor);
 
 }  // namespace
