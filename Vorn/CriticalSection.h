@@ -41,6 +41,10 @@ public:
     void leave();
     /// 0 when the lock was taken or entered once more, −1 at once when another thread holds it.
     int attemptEntry();
+    /// The names that the standard library's guards and condition variables use.
+    void lock() { enter(); }
+    void unlock() { leave(); }
+    bool try_lock() { return attemptEntry() == 0; }
     /// The identity of the holding thread, 0 when free. Taken without locking: for any other
     /// thread than the holder it may be out of date.
     unsigned owner();

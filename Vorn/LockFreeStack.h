@@ -51,15 +51,15 @@ public:
     /// The top node, which stays; null when there is none.
     T* top() { return std::atomic_ref(head).load(std::memory_order_acquire); }
 
+    T* head = nullptr;
+    std::int32_t count = 0;
+
 private:
     T* exchangeTop(T* expected, T* node) {
         void** const word = reinterpret_cast<void**>(&head);
         return static_cast<T*>(
             OS()->atomicServices()->compareExchangePointer(word, node, expected));
     }
-
-    T* head = nullptr;
-    std::int32_t count = 0;
 };
 
 }  // namespace Vorn::LockFree

@@ -67,8 +67,10 @@ public:
     void ltb_beforePop(unsigned long n);
     void ltb_afterPop(void* object, unsigned long n);
 
+protected:
+    LoggingStats* stats;  ///< The pool's own figures.
+
 private:
-    LoggingStats* stats;
     friend void LoggingTraitsBase_exit();
 };
 

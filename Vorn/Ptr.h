@@ -1,7 +1,11 @@
 // Memory: the two-word reference-counted handle.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "platform/Export.h"
@@ -88,6 +92,15 @@ public:
     Ptr(Ptr&& other) noexcept
         : counter(std::exchange(other.counter, nullptr)),
           object(std::exchange(other.object, nullptr)) {}
+    /// Shares the object of a handle to a class derived from `T`, whose destructor is virtual, or
+    /// to the same class without `const`.
+    template <class Other>
+    requires std::is_convertible_v<Other*, T*> &&
+        (std::has_virtual_destructor_v<T> ||
+         std::is_same_v<const Other, T>)Ptr(const Ptr<Other, Dtor, RefCountTraits>& other) noexcept
+        : counter(other.counter), object(other.object) {
+        incRef();
+    }
     ~Ptr() { decRef(); }
 
     /// Counts the new object before it lets go of the old one, so that assigning a handle to
@@ -109,10 +122,15 @@ public:
         return *this;
     }
 
+    Ptr& operator=(std::nullptr_t) noexcept { return *this = Ptr(); }
+
     T* get() const noexcept { return object; }
     T* operator->() const noexcept { return object; }
     T& operator*() const noexcept { return *object; }
     explicit operator bool() const noexcept { return object != nullptr; }
+    /// Whether both lead to one object.
+    bool operator==(const Ptr& other) const noexcept { return object == other.object; }
+    bool operator==(std::nullptr_t) const noexcept { return object == nullptr; }
 
     /// One more count on the object, if there is one.
     void incRef() noexcept {
@@ -130,9 +148,21 @@ public:
     }
 
 private:
+    template <class, class, class>
+    friend class Ptr;
+
     std::int32_t* counter = nullptr;
     T* object = nullptr;
 };
+
+/// A new object with its first handle. When memory runs out nothing is left behind.
+template <class T, class... Arguments>
+Ptr<T> makePtr(Arguments&&... arguments) {
+    std::unique_ptr<T> object(new T(std::forward<Arguments>(arguments)...));
+    Ptr<T> handle(object.get());
+    static_cast<void>(object.release());
+    return handle;
+}
 
 namespace TypeManip {
 
@@ -144,3 +174,11 @@ struct TemplatedNew {
 
 }  // namespace TypeManip
 }  // namespace Vorn
+
+/// That of the object's address.
+template <class T, class Dtor, class RefCountTraits>
+struct std::hash<Vorn::Ptr<T, Dtor, RefCountTraits>> {
+    std::size_t operator()(const Vorn::Ptr<T, Dtor, RefCountTraits>& handle) const noexcept {
+        return std::hash<T*>()(handle.get());
+    }
+};

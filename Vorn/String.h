@@ -1,9 +1,13 @@
 // Text and containers: the 8-bit string.
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "Vorn/SplitFlags.h"
@@ -30,7 +34,6 @@ public:
     /// Writes the byte that `other` addresses.
     StringChar& operator=(const StringChar& other);
 
-private:
     String* string;
     unsigned index;
 };
@@ -56,6 +59,8 @@ public:
     String(const char* s);
     /// A copy of the `n` bytes at `s`, without representation where there are none.
     String(const char* s, unsigned n);
+    explicit String(std::string_view s)
+        : String(s.data(), static_cast<unsigned>(std::min<std::size_t>(s.size(), 0xFFFFFFFF))) {}
     String(char c);
     /// `count` times `c`.
     String(char c, unsigned count);
@@ -83,8 +88,19 @@ public:
         return *this;
     }
     String& operator=(char c);
+    /// A number would be taken for the character of that code; `String(number)` makes its digits.
+    String& operator=(int) = delete;
+    template <class Number>
+    String& operator=(Number) requires std::is_arithmetic_v<Number>
+    = delete;
 
     unsigned size() const noexcept;
+    /// Whether `size()` is 0. See also `isEmpty`.
+    bool empty() const noexcept { return size() == 0; }
+    /// All bytes. What these lead to holds until the string is changed or destroyed.
+    std::string_view view() const noexcept { return {static_cast<const char*>(*this), size()}; }
+    const char* begin() const noexcept { return *this; }
+    const char* end() const noexcept { return begin() + size(); }
     /// The text, never null. The address holds until the string is changed or destroyed.
     operator const char*() const noexcept;
     /// The address of byte `i` ≤ `size()`, unchecked; null without representation.
@@ -186,3 +202,18 @@ private:
 VORN_EXPORT String operator+(const String& a, const String& b);
 VORN_EXPORT String operator+(const String& a, const char* b);
 VORN_EXPORT String operator+(const char* a, const String& b);
+
+/// Equal for strings that `==` calls equal.
+template <>
+struct std::hash<String> {
+    std::size_t operator()(const String& s) const noexcept {
+        const std::string_view text = s.isEmpty() ? "" : static_cast<const char*>(s);
+        return std::hash<std::string_view>()(text);
+    }
+};
+
+/// The order of `compare`, in which all different texts are different: that of maps and sets.
+template <>
+struct std::less<String> {
+    bool operator()(const String& a, const String& b) const noexcept { return a.compare(b) < 0; }
+};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "Vorn/String.h"
 #include "platform/Export.h"
@@ -45,6 +46,10 @@ public:
 
     unsigned index() const noexcept;
     unsigned size() const noexcept;
+    /// The bytes of the range; they stay as long as this view does not change.
+    std::string_view view() const noexcept {
+        return rep ? rep->string.view().substr(rep->index, rep->size) : std::string_view();
+    }
     /// Whether the two ranges hold equal bytes up to the first zero byte that both have.
     bool operator==(const SubString& other) const noexcept;
     /// Gives up the range; the view is empty then.

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -18,13 +20,34 @@
 template <class T>
 class VORN_EXPORT Vector {
 public:
+    using value_type = T;
+    using size_type = unsigned;
+    using difference_type = std::ptrdiff_t;
+    using reference = T&;
+    using const_reference = const T&;
+    using pointer = T*;
+    using const_pointer = const T*;
+    using iterator = T*;
+    using const_iterator = const T*;
+
     Vector() noexcept = default;
+    Vector(std::initializer_list<T> list) : Vector() {
+        resizeFor(static_cast<unsigned>(std::min<std::size_t>(list.size(), 0xFFFFFFFF)));
+        std::copy(list.begin(), list.end(), elements);
+        count = static_cast<unsigned>(list.size());
+    }
     Vector(const Vector& other) { *this = other; }
+    /// Takes the storage of `other`, which is empty then.
+    Vector(Vector&& other) noexcept { takeOver(other); }
+    Vector& operator=(Vector&& other) noexcept {
+        if (this != &other) takeOver(other);
+        return *this;
+    }
     Vector& operator=(const Vector& other) {
         if (this == &other) return *this;
         Vector copy;
         copy.resizeFor(other.count);
-        std::copy(other.begin(), other.end(), copy.data);
+        std::copy(other.begin(), other.end(), copy.elements);
         copy.count = other.count;
         takeOver(copy);
         return *this;
@@ -34,12 +57,12 @@ public:
     /// Appends `x`, which may be an element of this vector; returns its position.
     virtual unsigned add(const T& x) {
         if (count < capacity) {
-            data[count] = x;
+            elements[count] = x;
         } else {
             T element{};
             element = x;
             resizeFor(count + 1);
-            data[count] = std::move(element);
+            elements[count] = std::move(element);
         }
         return count++;
     }
@@ -64,17 +87,17 @@ public:
         T element{};
         element = x;
         resizeFor(count + 1);
-        for (unsigned i = count; i > index; --i) shift(data[i - 1], data[i]);
+        for (unsigned i = count; i > index; --i) shift(elements[i - 1], elements[i]);
         ++count;
-        data[index] = std::move(element);
+        elements[index] = std::move(element);
     }
     /// Removes the element at `index` and resets the slot that becomes free. Returns false, and
     /// changes nothing, when there is no such element.
     virtual bool removeIdx(unsigned index) {
         if (index >= count) return false;
         --count;
-        for (unsigned i = index; i < count; ++i) shift(data[i + 1], data[i]);
-        data[count] = T();
+        for (unsigned i = index; i < count; ++i) shift(elements[i + 1], elements[i]);
+        elements[count] = T();
         return true;
     }
     /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Slots that become free keep their
@@ -83,14 +106,15 @@ public:
         if (from >= to) return true;
         const unsigned left = count - (to - from);
         if constexpr (std::is_nothrow_copy_assignable_v<T>) {
-            std::copy(data + to, data + count, data + from);
+            std::copy(elements + to, elements + count, elements + from);
         } else {
             // What both moves down and stays in its old slot is copied while that can still fail.
             const unsigned firstStaying = std::max(left, to);
             const auto staying = std::make_unique<T[]>(count - firstStaying);
-            std::copy(data + firstStaying, data + count, staying.get());
-            std::move(data + to, data + count, data + from);
-            std::move(staying.get(), staying.get() + (count - firstStaying), data + firstStaying);
+            std::copy(elements + firstStaying, elements + count, staying.get());
+            std::move(elements + to, elements + count, elements + from);
+            std::move(staying.get(), staying.get() + (count - firstStaying),
+                      elements + firstStaying);
         }
         count = left;
         return true;
@@ -116,25 +140,37 @@ public:
         while (grown < n) grown *= 2;
         T* const storage = new T[grown];
         moveInto(storage);
-        delete[] data;
-        data = storage;
+        delete[] elements;
+        elements = storage;
         capacity = grown;
     }
     /// Destroys all slots and frees the storage.
     void purge() {
-        delete[] std::exchange(data, nullptr);
+        delete[] std::exchange(elements, nullptr);
         count = capacity = 0;
     }
 
+    bool operator==(const Vector& other) const {
+        return std::equal(begin(), end(), other.begin(), other.end());
+    }
+
     unsigned size() const { return count; }
+    bool empty() const { return count == 0; }
     unsigned getCapacity() const { return capacity; }
     /// The element at `index` < `size()`, unchecked.
-    T& operator[](unsigned index) { return data[index]; }
-    const T& operator[](unsigned index) const { return data[index]; }
-    T* begin() { return data; }
-    T* end() { return data + count; }
-    const T* begin() const { return data; }
-    const T* end() const { return data + count; }
+    T& operator[](unsigned index) { return elements[index]; }
+    const T& operator[](unsigned index) const { return elements[index]; }
+    /// The first and the last element, unchecked.
+    T& front() { return elements[0]; }
+    const T& front() const { return elements[0]; }
+    T& back() { return elements[count - 1]; }
+    const T& back() const { return elements[count - 1]; }
+    T* data() { return elements; }
+    const T* data() const { return elements; }
+    T* begin() { return elements; }
+    T* end() { return elements + count; }
+    const T* begin() const { return elements; }
+    const T* end() const { return elements + count; }
 
 private:
     static constexpr unsigned kMaxCapacity = 1u << 31;
@@ -162,12 +198,12 @@ private:
 
     void takeOver(Vector& other) {
         purge();
-        data = std::exchange(other.data, nullptr);
+        elements = std::exchange(other.elements, nullptr);
         count = std::exchange(other.count, 0);
         capacity = std::exchange(other.capacity, 0);
     }
 
-    T* data = nullptr;
+    T* elements = nullptr;
     unsigned count = 0;
     unsigned capacity = 0;
 };

@@ -6,6 +6,9 @@
 // then keeps its value.
 #pragma once
 
+#include <filesystem>
+#include <string_view>
+
 #include "Vorn/SplitFlags.h"
 #include "Vorn/Vector.h"
 #include "Vorn/WString.h"
@@ -17,6 +20,18 @@ namespace Vorn {
 VORN_EXPORT UTF8String UTF8FromWString(const WString& text);
 VORN_EXPORT WString WStringFromUTF8(const char* utf8);
 VORN_EXPORT WString WStringFromAscii(const char* ascii);
+
+/// The same for text that need not end in a zero byte, up to its first one.
+inline WString WStringFromUTF8(std::string_view utf8) {
+    return WStringFromUTF8(UTF8String(utf8).c_str());
+}
+/// Paths of the file system, whose bytes are UTF-8.
+inline WString WStringFromPath(const std::filesystem::path& path) {
+    return WStringFromUTF8(path.c_str());
+}
+inline std::filesystem::path pathFromWString(const WString& text) {
+    return UTF8FromWString(text).c_str();
+}
 
 /// The number at the start of `text`, after white space; what follows it is ignored.
 /// `defaultValue` where there is none.

@@ -1,6 +1,10 @@
 // Platform contract: the mark on everything that one shared library lets another one see.
 #pragma once
 
+#if __cplusplus < 202002L
+#error "Vorn needs C++20: compile with -std=c++20 or later"
+#endif
+
 /// Puts a declaration into the binary interface of the library that defines it. Both libraries are
 /// built with hidden visibility. A class that is thrown, or caught or cast in another module, needs
 /// the mark as a whole, so that its type information exists once in the process.

@@ -102,7 +102,7 @@ class VectorPrinter(Printer):
     hint = "array"
 
     def read(self, value):
-        data, count, capacity = value["data"], int(value["count"]), int(value["capacity"])
+        data, count, capacity = value["elements"], int(value["count"]), int(value["capacity"])
         expect(count <= capacity and (data or not count), "not a vector")
         elements = ((f"[{i}]", at(data + i)) for i in range(count))
         return f"Vector of length {count}, capacity {capacity}", elements
