@@ -84,6 +84,25 @@ TEST(String, ReadingKeepsWhatCameBeforeAFailure) {
     EXPECT_STREQ(text, "a word");
 }
 
+// A backslash before a double quote takes its meaning, in 8-bit text alone.
+TEST(Text, QuotesKeepDelimitersInTheirField) {
+    const struct {
+        const char* text;
+        unsigned flags, fields, wideFields;
+    } rows[] = {
+        {R"(a,"b,c",d)", SplitQuoted, 3, 3}, {R"(a,"b,c",d)", 0, 4, 4},
+        {R"(a\",b,c)", SplitQuoted, 3, 1},   {R"("a\",b",c)", SplitQuoted, 2, 2},
+        {R"(,"a,b",,)", SplitQuoted, 3, 3},  {R"(,"a,b",,)", SplitQuoted | SplitNoEmpties, 1, 1},
+    };
+    for (const auto& [text, flags, fields, wideFields] : rows) {
+        Vector<String> found;
+        Vector<WString> wideFound;
+        EXPECT_EQ(String(text).split(',', found, flags), fields) << text << ", flags " << flags;
+        EXPECT_EQ(split(WStringFromAscii(text), L',', wideFound, flags), wideFields)
+            << text << ", flags " << flags;
+    }
+}
+
 TEST(WString, Numbers) {
     EXPECT_EQ(WStringFromAscii(nullptr) + WStringFromUTF8(nullptr), L"");
     EXPECT_TRUE(IntFromWString(L" 42abc", 7) == 42 && IntFromWString(L"abc", 7) == 7);

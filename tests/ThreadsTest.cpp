@@ -110,6 +110,19 @@ TEST(Threads, LoseNothing) {
                   String(static_cast<unsigned>(n / 4)) + String("abcd"[n % 4]));
 }
 
+TEST(Threads, SeeWhatTheirOwnCountingMade) {
+    constexpr std::int32_t kCounts = 1000000;
+    std::int32_t count = 2 * kCounts;
+    std::atomic<std::int64_t> sum = 0;
+    const auto countDown = [&] {
+        std::int64_t seen = 0;
+        for (int n = 0; n < kCounts; ++n) seen += OS()->atomicServices()->decrement(&count);
+        sum += seen;
+    };
+    { const std::jthread first(countDown), second(countDown); }
+    EXPECT_EQ(sum, std::int64_t{kCounts} * (2 * kCounts - 1)) << "each number once";
+}
+
 struct Spare : Reclaimable {
     std::size_t reclaimableBytes() override { return 1; }
     std::size_t reclaim(std::size_t) override { return 1; }
