@@ -38,19 +38,24 @@ function(vorn_shared_library target exports)
   endif()
 endfunction()
 
-# What the platform library allocates from. A sanitizer has to see every block, so it gets the C
-# library's allocator.
+# What the platform library allocates from, which its property VORN_ALLOCATOR tells. A sanitizer has to
+# see every block, so it gets the C library's allocator.
 function(vorn_choose_allocator target)
   if(NOT VORN_PLATFORM_ALLOCATOR MATCHES "^(auto|mimalloc|libc)$")
     message(FATAL_ERROR "VORN_PLATFORM_ALLOCATOR is auto, mimalloc or libc")
   endif()
-  if(VORN_SANITIZE OR VORN_PLATFORM_ALLOCATOR STREQUAL "libc")
+  set_property(TARGET ${target} PROPERTY VORN_ALLOCATOR libc)
+  # On macOS nobody has tried yet to choose by the host.
+  if(VORN_SANITIZE OR VORN_PLATFORM_ALLOCATOR STREQUAL "libc"
+     OR (APPLE AND VORN_PLATFORM_ALLOCATOR STREQUAL "auto"))
     return()
   endif()
   find_package(mimalloc QUIET)
   if(mimalloc_FOUND)
-    target_link_libraries(${target} PUBLIC mimalloc)
-    target_compile_definitions(${target} PRIVATE VORN_USE_MIMALLOC)
+    set_property(TARGET ${target} PROPERTY VORN_ALLOCATOR ${VORN_PLATFORM_ALLOCATOR})
+    target_link_libraries(${target} PUBLIC mimalloc ${CMAKE_DL_LIBS})
+    string(TOUPPER VORN_ALLOCATOR_${VORN_PLATFORM_ALLOCATOR} definition)
+    target_compile_definitions(${target} PRIVATE ${definition})
   elseif(VORN_PLATFORM_ALLOCATOR STREQUAL "mimalloc")
     message(FATAL_ERROR "mimalloc was asked for but not found")
   else()

@@ -1,0 +1,107 @@
+#include "platform/posix/Allocator.h"
+
+#if defined(VORN_ALLOCATOR_AUTO) || defined(VORN_ALLOCATOR_MIMALLOC)
+#include <mimalloc.h>
+#endif
+#ifdef VORN_ALLOCATOR_AUTO
+#include <dlfcn.h>
+#include <link.h>
+#endif
+
+#include <cstdlib>
+#include <new>
+#include <string_view>
+
+namespace posix {
+namespace {
+
+#ifdef VORN_ALLOCATOR_AUTO
+// The file that holds a function; empty for null.
+std::string_view homeOf(const void* function) noexcept {
+    Dl_info home;
+    return dladdr(function, &home) ? home.dli_fname : "";
+}
+
+struct NeededQuery {
+    std::string_view library;
+    bool needed;
+};
+
+// Asked about the first object, which is the program.
+int isNeeded(dl_phdr_info* program, std::size_t, void* query) noexcept {
+    auto& [library, needed] = *static_cast<NeededQuery*>(query);
+    const ElfW(Dyn)* dynamic = nullptr;
+    for (int i = 0; i < program->dlpi_phnum; ++i)
+        if (program->dlpi_phdr[i].p_type == PT_DYNAMIC)
+            dynamic = reinterpret_cast<const ElfW(Dyn)*>(program->dlpi_addr +
+                                                         program->dlpi_phdr[i].p_vaddr);
+    if (!dynamic) return 1;
+    const char* names = nullptr;
+    for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
+        if (entry->d_tag == DT_STRTAB) {
+            // Loaders differ in whether they have added the program's address already.
+            const ElfW(Addr) address = entry->d_un.d_ptr;
+            names = reinterpret_cast<const char*>(
+                address < program->dlpi_addr ? address + program->dlpi_addr : address);
+        }
+    for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
+        needed = needed || (entry->d_tag == DT_NEEDED && names + entry->d_un.d_val == library);
+    return 1;
+}
+
+bool isLinkedToProgram(std::string_view file) noexcept {
+    NeededQuery query{file.substr(file.rfind('/') + 1), false};
+    dl_iterate_phdr(isNeeded, &query);
+    return query.needed;
+}
+
+// Whether every module that there is and will be allocates by our operators, so that no block of
+// mimalloc reaches another's `delete`. That is so in programs that are linked with the library, in
+// which nothing stands before it. A program that came by it otherwise can have the C++ runtime
+// inside, or have opened it before; then its operators end in the C library, and so must ours.
+// Whoever replaces `malloc` is to see our blocks too.
+bool operatorsAreOurs() noexcept {
+    void* (*const operatorNew)(std::size_t) = &::operator new;
+    const std::string_view library = homeOf(dlsym(RTLD_DEFAULT, "_Z17vornDllVersionStrv"));
+    return !library.empty() && library == homeOf(reinterpret_cast<const void*>(operatorNew)) &&
+           homeOf(reinterpret_cast<const void*>(&std::malloc)) ==
+               homeOf(reinterpret_cast<const void*>(&std::abort)) &&
+           isLinkedToProgram(library);
+}
+
+const Allocator& choose() noexcept {
+    static constexpr Allocator mimalloc{mi_malloc, mi_free};
+    static constexpr Allocator cLibrary{std::malloc, std::free};
+    return operatorsAreOurs() ? mimalloc : cLibrary;
+}
+#else
+const Allocator& choose() noexcept {
+#ifdef VORN_ALLOCATOR_MIMALLOC
+    static constexpr Allocator only{mi_malloc, mi_free};
+#else
+    static constexpr Allocator only{std::malloc, std::free};
+#endif
+    return only;
+}
+#endif
+
+// Where the loader runs the static initialisers of a module, others wait for its locks, and the
+// initialiser may wait for one of them. So the first use comes before those.
+[[gnu::constructor]] void settleWhileLoading() {
+    settleAllocator();
+}
+
+}  // namespace
+
+constinit std::atomic<const Allocator*> settledAllocator{nullptr};
+
+// Threads that meet here keep what the first one of them stores.
+const Allocator& settleAllocator() noexcept {
+    const Allocator* settled = nullptr;
+    const Allocator& choice = choose();
+    return settledAllocator.compare_exchange_strong(settled, &choice, std::memory_order_relaxed)
+               ? choice
+               : *settled;
+}
+
+}  // namespace posix
