@@ -7,6 +7,12 @@
 #include "Vorn/Ptr.h"
 #include "platform/platform.h"
 
+// The thread sanitizer's, null where it is not.
+extern "C" {
+[[gnu::weak]] void __tsan_acquire(void* word) noexcept;
+[[gnu::weak]] void __tsan_release(void* word) noexcept;
+}
+
 namespace posix {
 
 /// The services that the platform library's `OS()` hands out. They exist from before the first
@@ -43,6 +49,15 @@ private:
     std::int32_t references = 1;
 };
 
+/// Tell the thread sanitizer of a program that is built with it what this library, which is not,
+/// does at the word: what came before a release comes before what follows the acquisition.
+inline void tellAcquired(void* word) noexcept {
+    if (__tsan_acquire) __tsan_acquire(word);
+}
+inline void tellReleased(void* word) noexcept {
+    if (__tsan_release) __tsan_release(word);
+}
+
 /// A lock of one word, not re-entrant. Works with `std::lock_guard`; nothing in it throws.
 class WordLock {
 public:
@@ -51,10 +66,14 @@ public:
     }
     bool try_lock() noexcept {
         std::uint32_t expected = kFree;
-        return state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire,
-                                             std::memory_order_relaxed);
+        if (!state.compare_exchange_strong(expected, kHeld, std::memory_order_acquire,
+                                           std::memory_order_relaxed))
+            return false;
+        tellAcquired(&state);
+        return true;
     }
     void unlock() noexcept {
+        tellReleased(&state);
         if (state.exchange(kFree, std::memory_order_release) == kAwaited) state.notify_one();
     }
 

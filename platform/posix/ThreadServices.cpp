@@ -9,6 +9,7 @@ namespace posix {
 void WordLock::lockContended() noexcept {
     while (state.exchange(kAwaited, std::memory_order_acquire) != kFree)
         state.wait(kAwaited, std::memory_order_relaxed);
+    tellAcquired(&state);
 }
 
 namespace {
