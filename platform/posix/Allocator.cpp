@@ -22,6 +22,13 @@ std::string_view homeOf(const void* function) noexcept {
     return dladdr(function, &home) ? home.dli_fname : "";
 }
 
+// Loaders differ in which addresses they have added the program's own to.
+const void* inProgram(const dl_phdr_info* program, ElfW(Addr) address) noexcept {
+    const ElfW(Addr) base = program->dlpi_addr;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<const void*>(address < base ? base + address : address);
+}
+
 struct NeededQuery {
     std::string_view library;
     bool needed;
@@ -33,17 +40,13 @@ int isNeeded(dl_phdr_info* program, std::size_t, void* query) noexcept {
     const ElfW(Dyn)* dynamic = nullptr;
     for (int i = 0; i < program->dlpi_phnum; ++i)
         if (program->dlpi_phdr[i].p_type == PT_DYNAMIC)
-            dynamic = reinterpret_cast<const ElfW(Dyn)*>(program->dlpi_addr +
-                                                         program->dlpi_phdr[i].p_vaddr);
+            dynamic =
+                static_cast<const ElfW(Dyn)*>(inProgram(program, program->dlpi_phdr[i].p_vaddr));
     if (!dynamic) return 1;
     const char* names = nullptr;
     for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
-        if (entry->d_tag == DT_STRTAB) {
-            // Loaders differ in whether they have added the program's address already.
-            const ElfW(Addr) address = entry->d_un.d_ptr;
-            names = reinterpret_cast<const char*>(
-                address < program->dlpi_addr ? address + program->dlpi_addr : address);
-        }
+        if (entry->d_tag == DT_STRTAB)
+            names = static_cast<const char*>(inProgram(program, entry->d_un.d_ptr));
     for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
         needed = needed || (entry->d_tag == DT_NEEDED && names + entry->d_un.d_val == library);
     return 1;

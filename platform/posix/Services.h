@@ -9,8 +9,8 @@
 
 // The thread sanitizer's, null where it is not.
 extern "C" {
-[[gnu::weak]] void __tsan_acquire(void* word) noexcept;
-[[gnu::weak]] void __tsan_release(void* word) noexcept;
+[[gnu::weak]] void __tsan_acquire(void* word) noexcept;  // NOLINT(bugprone-reserved-identifier)
+[[gnu::weak]] void __tsan_release(void* word) noexcept;  // NOLINT(bugprone-reserved-identifier)
 }
 
 namespace posix {

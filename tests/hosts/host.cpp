@@ -30,12 +30,19 @@ void hostFreesText(void* text) {
     delete static_cast<std::string*>(text);
 }
 
+// Made before the first static initialiser of any library.
+char* madeFirst = nullptr;
+[[gnu::used, gnu::section(".preinit_array")]] void (*const makesFirst)() = [] {
+    madeFirst = new char[100];
+};
+
 constexpr Host host = {hostMakesBlock, hostFreesBlock, hostMakesText, hostGrowsText, hostFreesText};
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 6) return 2;
+    delete[] madeFirst;
     Module module{};
     module.path = argv[1];
     module.folder = argv[2];

@@ -67,6 +67,7 @@ const char* threadsWork() {
     std::vector<String> texts(8);
     for (int round = 0; round < 4; ++round) {
         std::vector<std::jthread> threads;
+        threads.reserve(texts.size());
         for (String& text : texts)
             threads.emplace_back([&text] {
                 for (int i = 0; i < rounds; ++i) text = String("round ") + String(i);

@@ -106,6 +106,7 @@ int sharesTexts(const std::string&) {
     for (int round = 0; round < 200; ++round) {
         const String text("shared text of round " + String(round));
         std::vector<std::jthread> readers;
+        readers.reserve(4);
         for (int i = 0; i < 4; ++i)
             readers.emplace_back([copy = text] {
                 String own = copy;
