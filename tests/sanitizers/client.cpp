@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdio>
 #include <iterator>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -87,12 +88,19 @@ int countsUnderNamedLock(const std::string&) {
     });
 }
 
-int countsUnderTriedLock(const std::string&) {
+struct Lockable {
+    void lock() { section.enter(); }
+    bool try_lock() { return section.attemptEntry() == 0; }
+    void unlock() { section.leave(); }
     CriticalSection section;
+};
+
+int countsUnderScopedLock(const std::string&) {
+    Lockable first;
+    Lockable second;
     return countsUnder([&](auto step) {
-        while (section.attemptEntry() != 0) std::this_thread::yield();
+        const std::scoped_lock both(first, second);
         step();
-        section.leave();
     });
 }
 
@@ -182,7 +190,7 @@ constexpr Scenario scenarios[] = {
     {"exceptions", catchesExceptions},
     {"easy_crit", countsUnderEasyCrit},
     {"named_lock", countsUnderNamedLock},
-    {"tried_lock", countsUnderTriedLock},
+    {"scoped_lock", countsUnderScopedLock},
     {"shared_texts", sharesTexts},
     {"shared_handles", sharesHandles},
     {"unguarded_count", countsUnguarded},
