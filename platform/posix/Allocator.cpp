@@ -8,9 +8,11 @@
 #include <link.h>
 #endif
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <string_view>
+#include <type_traits>
 
 namespace posix {
 namespace {
@@ -23,8 +25,8 @@ std::string_view homeOf(const void* function) noexcept {
 }
 
 // Loaders differ in which addresses they have added the program's own to.
-const void* inProgram(const dl_phdr_info* program, ElfW(Addr) address) noexcept {
-    const ElfW(Addr) base = program->dlpi_addr;
+const void* inProgram(const dl_phdr_info* program, std::uintptr_t address) noexcept {
+    const std::uintptr_t base = program->dlpi_addr;
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<const void*>(address < base ? base + address : address);
 }
@@ -34,20 +36,22 @@ struct NeededQuery {
     bool needed;
 };
 
+using DynamicEntry = std::remove_pointer_t<decltype(link_map::l_ld)>;
+
 // Asked about the first object, which is the program.
 int isNeeded(dl_phdr_info* program, std::size_t, void* query) noexcept {
     auto& [library, needed] = *static_cast<NeededQuery*>(query);
-    const ElfW(Dyn)* dynamic = nullptr;
+    const DynamicEntry* dynamic = nullptr;
     for (int i = 0; i < program->dlpi_phnum; ++i)
         if (program->dlpi_phdr[i].p_type == PT_DYNAMIC)
             dynamic =
-                static_cast<const ElfW(Dyn)*>(inProgram(program, program->dlpi_phdr[i].p_vaddr));
+                static_cast<const DynamicEntry*>(inProgram(program, program->dlpi_phdr[i].p_vaddr));
     if (!dynamic) return 1;
     const char* names = nullptr;
-    for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
+    for (const DynamicEntry* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
         if (entry->d_tag == DT_STRTAB)
             names = static_cast<const char*>(inProgram(program, entry->d_un.d_ptr));
-    for (const ElfW(Dyn)* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
+    for (const DynamicEntry* entry = dynamic; entry->d_tag != DT_NULL; ++entry)
         needed = needed || (entry->d_tag == DT_NEEDED && names + entry->d_un.d_val == library);
     return 1;
 }
@@ -88,23 +92,35 @@ const Allocator& choose() noexcept {
 }
 #endif
 
+const Allocator& settle() noexcept;
+
+void* allocateFirst(std::size_t bytes) {
+    return settle().allocate(bytes);
+}
+
+void freeFirst(void* block) {
+    settle().free(block);
+}
+
+constexpr Allocator unsettled{allocateFirst, freeFirst};
+
+// Threads that meet here keep what the first one of them stores.
+const Allocator& settle() noexcept {
+    const Allocator* current = &unsettled;
+    const Allocator& choice = choose();
+    return currentAllocator.compare_exchange_strong(current, &choice, std::memory_order_relaxed)
+               ? choice
+               : *current;
+}
+
 // Where the loader runs the static initialisers of a module, others wait for its locks, and the
 // initialiser may wait for one of them. So the first use comes before those.
 [[gnu::constructor]] void settleWhileLoading() {
-    settleAllocator();
+    settle();
 }
 
 }  // namespace
 
-constinit std::atomic<const Allocator*> settledAllocator{nullptr};
-
-// Threads that meet here keep what the first one of them stores.
-const Allocator& settleAllocator() noexcept {
-    const Allocator* settled = nullptr;
-    const Allocator& choice = choose();
-    return settledAllocator.compare_exchange_strong(settled, &choice, std::memory_order_relaxed)
-               ? choice
-               : *settled;
-}
+constinit std::atomic<const Allocator*> currentAllocator{&unsettled};
 
 }  // namespace posix

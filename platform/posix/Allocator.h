@@ -12,16 +12,13 @@ struct Allocator {
     void (*free)(void* block);
 };
 
-/// Null until it is settled.
-extern std::atomic<const Allocator*> settledAllocator;
+/// Until the first use, one that settles which it is.
+extern std::atomic<const Allocator*> currentAllocator;
 
-const Allocator& settleAllocator() noexcept;
-
-/// The process's allocator, the same one at every call. Any thread, from before the first static
-/// initialiser on. The first call takes the loader's locks for a moment.
+/// The process's allocator. Any thread, from before the first static initialiser on. The first use
+/// takes the loader's locks for a moment.
 inline const Allocator& allocator() noexcept {
-    const Allocator* const settled = settledAllocator.load(std::memory_order_relaxed);
-    return settled ? *settled : settleAllocator();
+    return *currentAllocator.load(std::memory_order_relaxed);
 }
 
 }  // namespace posix
