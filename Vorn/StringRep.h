@@ -2,8 +2,10 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "platform/Export.h"
 
@@ -38,7 +40,12 @@ public:
     ~StringRep();
     StringRep(const StringRep&) = delete;
     StringRep& operator=(const StringRep&) = delete;
-    /// Whatever the size: the block may be longer than the object.
+    /// As everywhere, but releasing asks for no size: the block may be longer than the object.
+    static void* operator new(std::size_t size) { return ::operator new(size); }
+    static void* operator new(std::size_t size, const std::nothrow_t& form) noexcept {
+        return ::operator new(size, form);
+    }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
     static void operator delete(void* block) noexcept { ::operator delete(block); }
 
     /// Sets every field to zero without freeing anything.
