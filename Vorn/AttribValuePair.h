@@ -53,7 +53,7 @@ public:
     bool operator==(const AttribValuePair& other) const;
 
     State getState() const { return state; }
-    /// Stale in `kFieldsOnly`.
+    /// The texts hold until the pair is changed; the line is stale in `kFieldsOnly`.
     const String& getLine() const { return line; }
     const String& getAttrib() const {
         split();

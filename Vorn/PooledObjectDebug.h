@@ -44,8 +44,9 @@ struct LTBStackNode {
 ///
 /// That lock is the `CriticalSection` "PooledObjects.log_FileAccessLock" of the global namespace.
 /// It is looked up there before it is entered, and nothing asks the registry while it is held. So a
-/// factory may build, report and destroy loggers; a thread that holds the report's lock must not
-/// ask the registry.
+/// factory may build, report and destroy loggers, unless another thread has taken the key by `lock`
+/// and goes on to use the registry. A thread that holds the report's lock must not ask the
+/// registry.
 class VORN_EXPORT LoggingTraitsBase {
 public:
     /// `name`, which is copied, stands for the pool in the report; null reads as "". Throws

@@ -55,6 +55,14 @@ struct DefaultRefCountTraits<iFile> {
     using type = InternalRefCountTraits;
 };
 
+/// Whether a handle to a `From` can become one to a `To`: to the same type with `const`, and to a
+/// base whose virtual destructor destroys the object as well.
+template <class From, class To, class Dtor>
+concept SharesAs = !std::is_same_v<From, To> &&
+                   (std::is_same_v<const From, To> ||
+                    (std::is_same_v<Dtor, DtorTraits> && std::is_convertible_v<From*, To*> &&
+                     std::has_virtual_destructor_v<To>));
+
 /// Shared ownership of a `T`. Copies share the object; the last handle destroys it, on its thread.
 ///
 /// Thread safety: handles to one object may be copied and destroyed on different threads at the
@@ -92,12 +100,9 @@ public:
     Ptr(Ptr&& other) noexcept
         : counter(std::exchange(other.counter, nullptr)),
           object(std::exchange(other.object, nullptr)) {}
-    /// Shares the object of a handle to a class derived from `T`, whose destructor is virtual, or
-    /// to the same class without `const`.
-    template <class Other>
-    requires std::is_convertible_v<Other*, T*> &&
-        (std::has_virtual_destructor_v<T> ||
-         std::is_same_v<const Other, T>)Ptr(const Ptr<Other, Dtor, RefCountTraits>& other) noexcept
+    /// Shares the object of a handle to another type.
+    template <SharesAs<T, Dtor> Other>
+    Ptr(const Ptr<Other, Dtor, RefCountTraits>& other) noexcept
         : counter(other.counter), object(other.object) {
         incRef();
     }

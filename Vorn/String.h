@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -59,8 +60,11 @@ public:
     String(const char* s);
     /// A copy of the `n` bytes at `s`, without representation where there are none.
     String(const char* s, unsigned n);
-    explicit String(std::string_view s)
-        : String(s.data(), static_cast<unsigned>(std::min<std::size_t>(s.size(), 0xFFFFFFFF))) {}
+    /// A copy of what is a view or turns into one, and not into a `const char*`.
+    template <class Text>
+    explicit String(const Text& text) requires std::convertible_to<const Text&, std::string_view> &&
+        (!std::convertible_to<const Text&, const char*>)
+        : String(copyOf(text)) {}
     String(char c);
     /// `count` times `c`.
     String(char c, unsigned count);
@@ -188,6 +192,10 @@ private:
     StringRep* rep = nullptr;
 
     explicit String(StringRep* fresh) noexcept;
+    static String copyOf(std::string_view text) {
+        constexpr std::size_t kMost = 0xFFFFFFFF;
+        return {text.data(), static_cast<unsigned>(std::min(text.size(), kMost))};
+    }
     static String joined(const char* a, const char* b, unsigned n);
     template <class Edit>
     String& edit(Edit change);

@@ -47,6 +47,10 @@ public:
     }
     static void* operator new(std::size_t, void* place) noexcept { return place; }
     static void operator delete(void* block) noexcept { ::operator delete(block); }
+    static void operator delete(void* block, const std::nothrow_t&) noexcept {
+        ::operator delete(block);
+    }
+    static void operator delete(void*, void*) noexcept {}
 
     /// Sets every field to zero without freeing anything.
     void init() noexcept;

@@ -110,7 +110,8 @@ public:
         } else {
             // What both moves down and stays in its old slot is copied while that can still fail.
             const unsigned firstStaying = std::max(left, to);
-            const auto staying = std::make_unique<T[]>(count - firstStaying);
+            const auto staying =
+                firstStaying < count ? std::make_unique<T[]>(count - firstStaying) : nullptr;
             std::copy(elements + firstStaying, elements + count, staying.get());
             std::move(elements + to, elements + count, elements + from);
             std::move(staying.get(), staying.get() + (count - firstStaying),

@@ -21,8 +21,8 @@ VORN_EXPORT UTF8String UTF8FromWString(const WString& text);
 VORN_EXPORT WString WStringFromUTF8(const char* utf8);
 VORN_EXPORT WString WStringFromAscii(const char* ascii);
 
-/// The same for text that need not end in a zero byte, up to its first one.
-inline WString WStringFromUTF8(std::string_view utf8) {
+/// That of UTF-8 text which need not end in a zero byte, up to its first one.
+inline WString WStringFromView(std::string_view utf8) {
     return WStringFromUTF8(UTF8String(utf8).c_str());
 }
 /// Paths of the file system, whose bytes are UTF-8.

@@ -30,9 +30,9 @@ copy and drop, 100 B            | copyAndDrop<{}>/100         | String | std::st
 copy and drop, 100 B            | {}                          | copyAndDrop<String>/100 | copyHandle<floor> | <= 1.15
 copy and drop, 1 MB             | copyAndDrop<{}>/1000000     | String | QByteArray  | <= 3.0
 copy and drop, 1 MB             | copyAndDrop<{}>/1000000     | String | std::string | <= 0.65
-append a character              | appendCharacters<{}>/10000  | String | std::string | -
+append a character              | appendCharacters<{}>/10000  | String | std::string | <= 1.7
 append a character              | appendCharacters<{}>/10000  | String | QByteArray  | <= 1.0
-append 16 B to 1 KB             | appendPieces<{}>/1000       | String | std::string | -
+append 16 B to 1 KB             | appendPieces<{}>/1000       | String | std::string | <= 2.2
 append 16 B to 1 KB             | appendPieces<{}>/1000       | String | QByteArray  | <= 1.0
 copy, write a character, 100 B  | copyAndWrite<{}>/100        | String | QByteArray  | <= 1.9
 copy, write a character, 10 KB  | copyAndWrite<{}>/10000      | String | QByteArray  | <= 2.2

@@ -57,7 +57,7 @@ TEST(StandardString, WideTextsAreKeysAndPaths) {
     const WString wide = Vorn::WStringFromPath(path);
     EXPECT_EQ(wide, L"/videos/gr\u00FCn.mov");
     EXPECT_EQ(Vorn::pathFromWString(wide), path);
-    EXPECT_EQ(Vorn::WStringFromUTF8("gr\xC3\xBCn, rot"sv.substr(0, 5)), L"gr\u00FCn");
+    EXPECT_EQ(Vorn::WStringFromView("gr\xC3\xBCn, rot"sv.substr(0, 5)), L"gr\u00FCn");
     EXPECT_EQ((std::unordered_map<WString, int>{{L"key", 7}}.at(L"key")), 7);
 }
 
@@ -150,6 +150,14 @@ TEST(StandardLook, FieldsThatAreLaidOutCanBeRead) {
     EXPECT_EQ(text[2].string, &text);
 }
 
+// What converts to both is a text as it ever was, and functions have one address.
+struct Name {
+    operator const char*() const { return "name"; }
+    operator std::string_view() const { return "another"; }
+};
+static_assert(std::is_constructible_v<String, Name>);
+static_assert(std::is_pointer_v<decltype(&Vorn::WStringFromUTF8)>);
+
 // Code that would do something else than it seems to is not compiled.
 template <class T, class Value>
 concept Assigns = requires(T target, Value value) {
@@ -171,6 +179,12 @@ static_assert(!Assigns<String, long> && !Assigns<String, double> && !Assigns<Str
 static_assert(!AssignsBraces<String>);
 static_assert(!ThreeWay<String>);
 static_assert(!std::is_convertible_v<std::string, String>, "it could be cut at a zero byte unseen");
+struct Opaque;
+struct DeleteArrays;
+static_assert(std::is_copy_constructible_v<Vorn::Ptr<Opaque>>, "a type need not be complete");
+static_assert(std::is_convertible_v<Vorn::Ptr<Opaque>, Vorn::Ptr<const Opaque>>);
+static_assert(
+    !std::is_convertible_v<Vorn::Ptr<Title, DeleteArrays>, Vorn::Ptr<Clip, DeleteArrays>>);
 static_assert(!std::is_convertible_v<Vorn::Ptr<const Clip>, Vorn::Ptr<Clip>>);
 static_assert(!std::is_convertible_v<Vorn::Ptr<String>, Vorn::Ptr<SubString>>);
 
