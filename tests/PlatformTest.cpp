@@ -48,11 +48,11 @@ TEST(Platform, OnlyRegularFilesAreRead) {
 
 // The page behind the buffer's first takes nothing, so reading fails once that one is full.
 TEST(Platform, AFileThatCannotBeReadToTheEndGivesNothing) {
-    const auto page = static_cast<unsigned>(::sysconf(_SC_PAGESIZE));
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     void* const pages = ::mmap(nullptr, 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_EQ(::mprotect(pages, page, PROT_READ | PROT_WRITE), 0);
     const Vorn::Ptr<iFile> file = openToRead("/proc/self/exe");
-    EXPECT_EQ(file->read(pages, 2 * page), 0u);
+    EXPECT_EQ(file->read(pages, static_cast<unsigned>(2 * page)), 0u);
     ::munmap(pages, 2 * page);
 }
 

@@ -78,10 +78,10 @@ TEST(StandardVector, MovesTakeTheStorage) {
     Vector<String> first{"a", "b"}, third;
     const String* const storage = first.data();
     Vector<String> second = std::move(first);
-    EXPECT_TRUE(first.empty());
+    EXPECT_TRUE(first.empty());  // NOLINT(bugprone-use-after-move)
     third = std::move(second);
     EXPECT_EQ(third.data(), storage);
-    EXPECT_EQ(second.getCapacity(), 0u);
+    EXPECT_EQ(second.getCapacity(), 0u);  // NOLINT(bugprone-use-after-move)
 }
 
 struct Clip {

@@ -134,6 +134,7 @@ TEST(Threads, RegisterMemoryThatCanBeGivenBackAtTheSameTime) {
     std::vector<std::unique_ptr<Spare>> kept(kThreads);
     {
         std::vector<std::jthread> threads;
+        threads.reserve(kThreads);
         for (auto& last : kept)
             threads.emplace_back([&last] {
                 for (std::size_t step = 0; step < kSteps; ++step) last = std::make_unique<Spare>();

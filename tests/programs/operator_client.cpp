@@ -19,12 +19,13 @@ std::atomic<long> released = 0;
 constexpr std::size_t kOffset = 64;
 
 // Not inlined: compilers would hold what `new` and `delete` do against each other.
-[[gnu::noinline]] void* take(std::size_t size) {
+[[gnu::noinline, maybe_unused]] void* take(std::size_t size) {
     ++taken;
-    return static_cast<char*>(std::malloc(size + kOffset)) + kOffset;
+    char* const block = static_cast<char*>(std::malloc(size + kOffset));
+    return block + kOffset;
 }
 
-[[gnu::noinline]] void giveBack(void* block) {
+[[gnu::noinline, maybe_unused]] void giveBack(void* block) {
     if (!block) return;
     ++released;
     std::free(static_cast<char*>(block) - kOffset);
@@ -100,10 +101,12 @@ int main(int, char** arguments) {
 #endif
 #ifndef REPLACES_ARRAYS
     expectForms("aligned", std::align_val_t(64));
+#ifdef __cpp_sized_deallocation
     void (*volatile const sized)(void*, std::size_t, std::align_val_t) = &::operator delete;
     expectOnePair("aligned, sized", [&] {
         sized(::operator new(100, std::align_val_t(64)), 100, std::align_val_t(64));
     });
+#endif
     // A nothrow form has no sized release of its own.
     void* (*volatile const quiet)(std::size_t, std::align_val_t, const std::nothrow_t&) =
         &::operator new[];
