@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "Vorn/Exception.h"
+#include "Vorn/IniLinesPrivate.h"
 #include "Vorn/Ptr.h"
 #include "Vorn/StringManip.h"
 #include "platform/OS.h"
@@ -19,6 +20,7 @@
 
 using Vorn::AttribValuePair;
 using VornIniFile_Private::SectionsBuildingOutputIterator;
+namespace IniLines = Vorn::IniLines;
 
 static_assert(sizeof(VornIniFile) == sizeof(WString) + 8 + sizeof(VornIniFile::Sections));
 static_assert(sizeof(VornIniFile::SectionIterator) == 2 * sizeof(void*));
@@ -32,34 +34,6 @@ namespace {
 
 constexpr char kFile[] = "Vorn/VornIniFile";
 constexpr std::size_t kTextLimit = std::size_t{1} << 31;
-
-unsigned char folded(char c, bool caseSensitive) {
-    const bool upper = !caseSensitive && c >= 'A' && c <= 'Z';
-    return static_cast<unsigned char>(upper ? c - 'A' + 'a' : c);
-}
-
-// Below, at or above 0 as the first `limit` bytes of the two texts compare.
-int compareNames(const char* a, const char* b, bool caseSensitive, std::size_t limit) {
-    for (std::size_t i = 0; i < limit; ++i) {
-        if (a[i] != b[i]) {
-            const int order = folded(a[i], caseSensitive) - folded(b[i], caseSensitive);
-            if (order != 0) return order;
-        } else if (a[i] == 0) {
-            return 0;
-        }
-    }
-    return 0;
-}
-
-std::string_view trimmed(std::string_view line) {
-    const std::size_t start = line.find_first_not_of(' ');
-    if (start == line.npos) return {};
-    return line.substr(start, line.find_last_not_of(' ') + 1 - start);
-}
-
-bool isHeader(std::string_view line) {
-    return line.front() == '[' && line.back() == ']';
-}
 
 // How the loader's buffer goes back, as it came: tools that watch the heap compare the two.
 struct DeleteArray {
@@ -77,11 +51,11 @@ public:
     explicit LineHandler(SectionsBuildingOutputIterator& target) : builder(target) {}
 
     void operator()(const char* start, unsigned long size) {
-        const std::string_view line = trimmed({start, size});
+        const std::string_view line = IniLines::trimmed({start, size});
         if (line.empty()) return;
-        if (!isHeader(line)) return waiting.push_back(line);
+        if (!IniLines::isHeader(line)) return waiting.push_back(line);
         finish();
-        builder.currentSection = textOf(line.substr(1, line.size() - 2));
+        builder.currentSection = textOf(IniLines::headerName(line));
     }
 
     // Adds the entries that wait.
@@ -117,7 +91,8 @@ auto beginsWith(const String& prefix, List& section, bool caseSensitive) {
     const std::size_t n = std::strlen(prefix);
     return std::find_if(section.begin(), section.end(), [&](const AttribValuePair& entry) {
         const std::string_view attrib = entry.viewAttrib();
-        return attrib.size() >= n && compareNames(attrib.data(), prefix, caseSensitive, n) == 0;
+        return attrib.size() >= n &&
+               IniLines::compareNames(attrib.data(), prefix, caseSensitive, n) == 0;
     });
 }
 
@@ -133,7 +108,7 @@ constexpr char kNotImplemented[] = "Not implemented yet!";
 
 bool VornIniFile_Private::StringLT_Fancy::operator()(const String& a,
                                                      const String& b) const noexcept {
-    return compareNames(a, b, caseSensitive, kTextLimit) < 0;
+    return IniLines::compareNames(a, b, caseSensitive, kTextLimit) < 0;
 }
 
 SectionsBuildingOutputIterator::SectionsBuildingOutputIterator(VornIniFile::Sections* target)

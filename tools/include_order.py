@@ -18,7 +18,7 @@ STOREYS = [  # From the ground up; within a storey from left to right.
     "Vorn/StringRep Vorn/SplitFlags Vorn/SplitPrivate Vorn/WStringUtils Vorn/LogTimed"
     " Vorn/LockFreeStack Vorn/Check Vorn/PathsLite",
     "Vorn/String Vorn/SubString",
-    "Vorn/CriticalSection Vorn/StringManip Vorn/AttribValuePair",
+    "Vorn/CriticalSection Vorn/StringManip Vorn/IniLinesPrivate Vorn/AttribValuePair",
     "Vorn/VornNamedObjects Vorn/VornIniFile",
     "Vorn/PooledObjectDebug",
 ]

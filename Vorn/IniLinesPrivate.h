@@ -1,0 +1,45 @@
+// Configuration files: which line of an INI file is what, for all that read one.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace Vorn::IniLines {
+
+/// Where case does not count, A to Z are a to z, whatever the locale.
+constexpr unsigned char folded(char c, bool caseSensitive) {
+    const bool upper = !caseSensitive && c >= 'A' && c <= 'Z';
+    return static_cast<unsigned char>(upper ? c - 'A' + 'a' : c);
+}
+
+/// Below, at or above 0 as the first `limit` bytes of two zero-terminated names compare.
+inline int compareNames(const char* a, const char* b, bool caseSensitive, std::size_t limit) {
+    for (std::size_t i = 0; i < limit; ++i) {
+        if (a[i] != b[i]) {
+            const int order = folded(a[i], caseSensitive) - folded(b[i], caseSensitive);
+            if (order != 0) return order;
+        } else if (a[i] == 0) {
+            return 0;
+        }
+    }
+    return 0;
+}
+
+/// A piece, as `splitBuffer` cuts them, without the spaces at its ends. One that is empty then is a
+/// blank line.
+inline std::string_view trimmed(std::string_view piece) {
+    const std::size_t start = piece.find_first_not_of(' ');
+    if (start == piece.npos) return {};
+    return piece.substr(start, piece.find_last_not_of(' ') + 1 - start);
+}
+
+/// Whether a trimmed line is a header. Any other one that is not blank is an entry.
+inline bool isHeader(std::string_view line) {
+    return line.front() == '[' && line.back() == ']';
+}
+
+inline std::string_view headerName(std::string_view line) {
+    return line.substr(1, line.size() - 2);
+}
+
+}  // namespace Vorn::IniLines
