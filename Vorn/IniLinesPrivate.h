@@ -6,6 +6,9 @@
 
 namespace Vorn::IniLines {
 
+/// The name of the section that holds the entries before the first header.
+constexpr std::string_view kAnonymous = "@@@ANONYMOUS_SECTION_RESERVED_NAME@@@";
+
 /// Where case does not count, A to Z are a to z, whatever the locale.
 constexpr unsigned char folded(char c, bool caseSensitive) {
     const bool upper = !caseSensitive && c >= 'A' && c <= 'Z';

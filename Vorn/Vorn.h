@@ -15,6 +15,7 @@
 #include "Vorn/PooledObjectDebug.h"
 #include "Vorn/Ptr.h"
 #include "Vorn/Reclaimable.h"
+#include "Vorn/Settings.h"
 #include "Vorn/SplitFlags.h"
 #include "Vorn/StdAllocator.h"
 #include "Vorn/String.h"

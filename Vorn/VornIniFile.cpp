@@ -134,7 +134,7 @@ VornIniFile::~VornIniFile() = default;
 
 const String& VornIniFile::kAnonymousSection() {
     // Never destroyed: a file may be saved by a destructor that runs at exit.
-    static const String* const name = new String("@@@ANONYMOUS_SECTION_RESERVED_NAME@@@");
+    static const String* const name = new String(textOf(IniLines::kAnonymous));
     return *name;
 }
 

@@ -47,6 +47,7 @@ struct Subject {
             ws.add(&L"first/name"[ws.size()]), ss.add("field"), ints.add(7);
         copies.add(Copied());
         copies[0].text = "a text that needs a block";
+        settings.parse("[Section]\nkey = a value that needs a block\n");
         ini["Section"].emplace_back("key=old", '=').setValue("value");
         files.put(L"output", "old");
         files.put(L"input", "x=1\n[A]\ny=2\n[B]\nz=3\n");
@@ -71,6 +72,7 @@ struct Subject {
             add(i.name());
             for (const Pair& entry : *i) add(entry.asString('='));
         }
+        add(settings.text().c_str());
         for (const auto* key : reinterpret_cast<const std::list<NamedObjectInfo*>&>(reg))
             add(key->object ? key->objectName : key->typeName);
         return all + std::to_string(rep.refCount);
@@ -99,6 +101,7 @@ struct Subject {
     Pair fresh{"key=value", '='};  // Not taken apart.
     VornIniFile ini{L"input", false, false};
     VornIniFile::Sections built{VornIniFile_Private::StringLT_Fancy{true}};
+    Settings settings;
     CriticalSection lock{"lock"};
     NamedObjectsNamespace reg{"space"};
     Handle ptr{new int(1)};
@@ -188,8 +191,15 @@ std::vector<Row> Subject::rows() {
         OP(ini.save(L"output")), OP(adding = true; ini.load(L"input", '\n')), OP(ini["New"]),
         OP(ini.getSection("New")), OP(Builder{&built} = " some = text "),
         OP(Builder{&built} = "[New]"), OP(StringManip::splitBuffer(Builder(&built), "a,b", 3, ',')),
-        OP(CriticalSection{}), OP(CriticalSection("name")), OP(CriticalSection(1u)),
-        OP(lock.init(1)), OP(lock.setName("name")),
+        OP(settings.load(L"input")), OP(settings.save(L"output")),
+        OP(settings = Settings(settings)), OP(settings.parse("k=1")),
+        OP(settings.set("Section", "key", 1)), OP(settings.set("Section", "new", w)),
+        OP(settings.set("New", "key", std::vector{1, 2})), OP(settings.erase("Section", "key")),
+        OP(settings.eraseSection("Section")),
+        OP(use(c.settings.sections(), c.settings.entries("Section"))),
+        OP(use(c.settings.get("Section", "key", L""))), OP(CriticalSection{}),
+        OP(CriticalSection("name")), OP(CriticalSection(1u)), OP(lock.init(1)),
+        OP(lock.setName("name")),
         OP(auto i = std::make_unique<int>(); ptr = Handle(i.get()), i.release()),
         OP(kept = 3; throwShort("f", ++line, 1)), OP(kept = 3; throwDetailed("f", ++line, "e", 1)),
         OP(NamedObjectInfo("type", "name", nullptr)), OP(NamedObjectsNamespace("other")),
@@ -220,6 +230,8 @@ std::vector<Row> Subject::rows() {
                  stripLeadingChars(w, L'w'))),
         FREE(use(Pair(c.s, '='), kv == c.kv, kv = c.kv, ini.sectionExists(s), c.ini[s],
                  ini.getSectionIterator().name(), ini.getNumSections())),
+        FREE(use(c.settings.find("section", "KEY"), c.settings.get("Section", "key", 1.5),
+                 settings = std::move(settings), settings.erase("Section", "none"))),
         FREE(use(EasyCrit(lock), lock.attemptEntry(), Handle(ptr) = ptr); lock.leave()),
         FREE(use(lookupPlayoutFCC(1235), now(), CRC::CalculateCRC32ForBlock("text", 4),
                  checkAndLog(-1, "f", 1, "e", true, 1.0, 2.0), CPUInfo::getNumProcessors());

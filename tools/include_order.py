@@ -19,7 +19,7 @@ STOREYS = [  # From the ground up; within a storey from left to right.
     " Vorn/LockFreeStack Vorn/Check Vorn/PathsLite",
     "Vorn/String Vorn/SubString",
     "Vorn/CriticalSection Vorn/StringManip Vorn/IniLinesPrivate Vorn/AttribValuePair",
-    "Vorn/VornNamedObjects Vorn/VornIniFile",
+    "Vorn/VornNamedObjects Vorn/VornIniFile Vorn/Settings",
     "Vorn/PooledObjectDebug",
 ]
 PLACES = {name: (storey, place) for storey, names in enumerate(STOREYS)

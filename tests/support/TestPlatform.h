@@ -115,11 +115,14 @@ struct MemoryFiles : iFileServices {
             const Unledgered unledgered;
             files.calls += ", read " + std::to_string(bytes);
             if (files.readNothing) return 0;
-            return static_cast<unsigned>(content.copy(static_cast<char*>(buffer), bytes));
+            const std::size_t count = content.copy(static_cast<char*>(buffer), bytes, position);
+            position += count;
+            return static_cast<unsigned>(count);
         }
         unsigned write(const void* data, unsigned bytes) override {
             const Unledgered unledgered;
             files.calls += ", write " + std::to_string(bytes);
+            if (files.writeNothing) return 0;
             return content.append(static_cast<const char*>(data), bytes), bytes;
         }
         std::uint64_t size() override {
@@ -131,6 +134,7 @@ struct MemoryFiles : iFileServices {
         MemoryFiles& files;
         const WString path;
         std::string content;
+        std::size_t position = 0;
     };
 
     void put(const WString& path, const std::string& bytes) {
@@ -153,7 +157,7 @@ struct MemoryFiles : iFileServices {
     }
 
     std::string calls;  ///< ", open a.ini 0 0 1 0, size, read 12"
-    bool refuseToOpen = false, readNothing = false;
+    bool refuseToOpen = false, readNothing = false, writeNothing = false;
     std::uint64_t reportedSize = 0;  ///< In place of the true one; 0 for none.
     std::map<WString, std::string> contents;
     Override<iFileServices> installation{this};

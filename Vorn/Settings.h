@@ -1,0 +1,266 @@
+// Configuration files: a settings file as its user left it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "Vorn/String.h"
+#include "Vorn/WString.h"
+#include "Vorn/WStringUtils.h"
+#include "platform/Export.h"
+
+namespace Vorn {
+
+/// Whether names that differ only in case, A to Z against a to z, are one.
+enum class Case : bool { ignored, exact };
+
+namespace SettingsPrivate {
+
+class Model;
+
+VORN_EXPORT bool read(std::string_view text, bool& value) noexcept;
+VORN_EXPORT bool read(std::string_view text, std::int64_t& value) noexcept;
+VORN_EXPORT bool read(std::string_view text, std::uint64_t& value) noexcept;
+VORN_EXPORT bool read(std::string_view text, float& value) noexcept;
+VORN_EXPORT bool read(std::string_view text, double& value) noexcept;
+
+/// A number as text.
+struct VORN_EXPORT Digits {
+    explicit Digits(std::int64_t value) noexcept;
+    explicit Digits(std::uint64_t value) noexcept;
+    explicit Digits(float value) noexcept;
+    explicit Digits(double value) noexcept;
+    std::string_view view() const { return {text, size}; }
+
+    char text[32];
+    std::size_t size;
+};
+
+/// Cuts the next element of a list off, without the blanks at its ends. The list is null then if
+/// that was the last one.
+VORN_EXPORT std::string_view nextElement(std::string_view& list) noexcept;
+/// Throw `RuntimeError` for what would not be read as it was written.
+VORN_EXPORT void requireElement(std::string_view element);
+VORN_EXPORT void requireUnambiguous(std::string_view list, std::size_t elements);
+VORN_EXPORT void requireSame(const WString& text, const WString& read);
+
+template <class T>
+constexpr bool kIsCharacter =
+    std::is_same_v<T, char> || std::is_same_v<T, wchar_t> || std::is_same_v<T, char8_t> ||
+    std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
+template <class T>
+constexpr bool kIsInteger = std::is_integral_v<T> && !std::is_same_v<T, bool> && !kIsCharacter<T>;
+template <class T>
+using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+
+template <class T>
+struct IsText : std::is_same<T, String> {};
+template <class Traits, class Allocator>
+struct IsText<std::basic_string<char, Traits, Allocator>> : std::true_type {};
+
+template <class T>
+struct IsList : std::false_type {};
+template <class T, class Allocator>
+struct IsList<std::vector<T, Allocator>> : std::true_type {
+    using Element = T;
+};
+template <class T>
+struct IsList<::Vector<T>> : std::true_type {
+    using Element = T;
+};
+
+}  // namespace SettingsPrivate
+
+/// A settings file in memory, as its user left it: a change touches the lines that it changes and
+/// no other byte, so that order, blank lines, comments, spelling, line ends and a byte order mark
+/// stay.
+///
+/// Lines are what they are to `VornIniFile`, with these additions. A setting is a line with a "="
+/// whose key is not empty and does not begin with ";" or "#"; all other lines but headers are
+/// comments. Keys and values are without the blanks around them, spaces and control bytes. Sections
+/// of one name are one, and of equal keys in it the first one counts. The section "" is what stands
+/// before the first header or below "[]". A byte order mark belongs to no line. Names are compared
+/// with the case rule, sections and keys alike.
+///
+/// Copies are deep; what was moved from is empty. Const operations may run on any number of threads
+/// at once, others on one alone. Views hold until the next operation that is not const. Whatever
+/// takes a text also takes one of its own views. `std::bad_alloc` passes out of all that needs
+/// memory, also for files of 4 GiB, and nothing has changed then.
+class VORN_EXPORT Settings {
+public:
+    /// A text argument: whatever converts to `std::string_view`, or a `String`. Null is empty.
+    class Text : public std::string_view {
+    public:
+        template <class T,
+                  class = std::enable_if_t<std::is_convertible_v<const T&, std::string_view>>>
+        Text(const T& text) : std::string_view(text) {}
+        Text(const char* text) : std::string_view(text ? text : "") {}
+        Text(const String& text) : std::string_view(text, text.size()) {}
+    };
+
+    /// A setting of the file.
+    struct Entry {
+        std::string_view key, value;
+    };
+
+    /// A section of the file. A view.
+    class VORN_EXPORT Section {
+    public:
+        /// As its first header spells it.
+        std::string_view name() const noexcept;
+        /// In file order, repeated keys included.
+        std::vector<Entry> entries() const;
+
+    private:
+        friend class Settings;
+        Section(const SettingsPrivate::Model* sectionOf, std::uint32_t position) noexcept
+            : model(sectionOf), index(position) {}
+
+        const SettingsPrivate::Model* model;
+        std::uint32_t index;
+    };
+
+    explicit Settings(Case caseRule = Case::ignored) noexcept : rule(caseRule) {}
+    Settings(const Settings& other);
+    Settings(Settings&& other) noexcept
+        : rule(other.rule), model(std::exchange(other.model, nullptr)) {}
+    ~Settings();
+    Settings& operator=(Settings other) noexcept {
+        std::swap(rule, other.rule);
+        std::swap(model, other.model);
+        return *this;
+    }
+
+    /// Replaces everything with what the file holds. False, and nothing has changed, when it cannot
+    /// be opened or read, is empty, or has 4 GiB or more.
+    bool load(const WString& path);
+    /// Writes the file through the platform, which keeps the old one until the new one is whole,
+    /// and reads it again. True only if it then holds what was to be written.
+    bool save(const WString& path) const;
+    /// The same from and to a text.
+    void parse(Text text);
+    std::string text() const {
+        std::string all(size(), '\0');
+        copyTo(all.data());
+        return all;
+    }
+    /// The size of the file in bytes, and its bytes.
+    std::size_t size() const noexcept;
+    void copyTo(char* buffer) const noexcept;
+
+    /// The value of a setting as it stands in the file.
+    std::optional<std::string_view> find(Text section, Text key) const noexcept;
+    /// The value of a setting; `fallback` where there is none, or none of that type. Types are
+    /// `bool` (true, false, yes, no, on, off, 1, 0, in any case), all integers, `float`, `double`,
+    /// `String`, standard strings, `WString` (UTF-8 in the file), and `std::vector` and `Vector` of
+    /// these, with commas between the elements. No locale plays a part.
+    template <class T>
+    T get(Text section, Text key, T fallback) const {
+        const std::optional<std::string_view> found = find(section, key);
+        T value{};
+        return found && read(*found, value) ? value : fallback;
+    }
+    String get(Text section, Text key, const char* fallback) const {
+        return get(section, key, String(fallback));
+    }
+    WString get(Text section, Text key, const wchar_t* fallback) const {
+        return get(section, key, WString(fallback));
+    }
+
+    /// Changes the value in the setting's line. A new setting stands behind the last one of its
+    /// section, written like that; a new section at the end, behind an empty line. Takes the types
+    /// of `get`, which gives the value back; doubles bit by bit, but for what is no number. What no
+    /// line can hold throws `RuntimeError`: line ends, zero bytes, blanks at an end, a key that is
+    /// empty, has a "=" or begins with "[", ";" or "#", a comma in an element of a list, a list of
+    /// one empty text.
+    template <class T>
+    void set(Text section, Text key, const T& value) {
+        if constexpr (std::is_convertible_v<const T&, Text>) {
+            put(section, key, value);
+        } else {
+            std::string written;
+            append(written, value);
+            put(section, key, written);
+        }
+    }
+
+    /// Removes a setting, with its repetitions. False when there is none.
+    bool erase(Text section, Text key);
+    /// Removes a section: all lines from its headers up to the next one, but for what stands right
+    /// above that without an empty line between. False when there is none.
+    bool eraseSection(Text section);
+
+    /// All sections in the order of their first lines, those without settings included.
+    std::vector<Section> sections() const;
+    bool contains(Text section) const noexcept;
+    /// The settings of one section, none where there is no such section.
+    std::vector<Entry> entries(Text section) const;
+
+private:
+    template <class T>
+    static bool read(std::string_view text, T& value) {
+        using namespace SettingsPrivate;
+        if constexpr (kIsInteger<T>) {
+            Widest<T> wide;
+            if (!SettingsPrivate::read(text, wide) || !std::in_range<T>(wide)) return false;
+            value = static_cast<T>(wide);
+            return true;
+        } else if constexpr (IsText<T>::value) {
+            value = T(text.data(), static_cast<unsigned>(text.size()));
+            return true;
+        } else if constexpr (std::is_same_v<T, WString>) {
+            value = WStringFromUTF8(std::string(text).c_str());
+            return true;
+        } else if constexpr (IsList<T>::value) {
+            for (bool more = !text.empty(); more; more = text.data()) {
+                typename IsList<T>::Element element{};
+                if (!read(nextElement(text), element)) return false;
+                value.push_back(std::move(element));
+            }
+            return true;
+        } else {
+            return SettingsPrivate::read(text, value);
+        }
+    }
+
+    template <class T>
+    static void append(std::string& out, const T& value) {
+        using namespace SettingsPrivate;
+        if constexpr (std::is_convertible_v<const T&, Text>) {
+            out += Text(value);
+        } else if constexpr (std::is_same_v<T, bool>) {
+            out += value ? "true" : "false";
+        } else if constexpr (kIsInteger<T>) {
+            out += Digits(static_cast<Widest<T>>(value)).view();
+        } else if constexpr (std::is_convertible_v<const T&, WString>) {
+            const WString wide(value);
+            const UTF8String bytes = UTF8FromWString(wide);
+            requireSame(wide, WStringFromUTF8(bytes.c_str()));
+            out += bytes;
+        } else if constexpr (IsList<T>::value) {
+            std::size_t count = 0;
+            for (const auto& element : value) {
+                const std::size_t start = out.size() + (count > 0);
+                if (count++ > 0) out += ',';
+                append(out, element);
+                requireElement(std::string_view(out).substr(start));
+            }
+            requireUnambiguous(out, count);
+        } else {
+            out += Digits(value).view();
+        }
+    }
+
+    void put(Text section, Text key, Text value);
+
+    Case rule;
+    SettingsPrivate::Model* model = nullptr;
+};
+
+}  // namespace Vorn

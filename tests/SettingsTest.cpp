@@ -1,0 +1,308 @@
+#include "Vorn/Settings.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <bit>
+#include <clocale>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <locale>
+#include <random>
+#include <thread>
+
+#include "Vorn/Exception.h"
+#include "tests/support/SettingsModel.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Vorn::Case, Vorn::Settings;
+
+Settings settingsOf(const std::string& text, Case rule = Case::ignored) {
+    Settings settings(rule);
+    settings.parse(text);
+    return settings;
+}
+
+TEST(Settings, FindsExactKeysByTheCaseRule) {
+    const std::string text = "[Video]\nWidthMax = 1\n Width =2 \nwidth=3\n;Depth=4\n";
+    const Settings ignored = settingsOf(text), exact = settingsOf(text, Case::exact);
+    EXPECT_EQ(ignored.find("video", "WIDTH"), "2");
+    EXPECT_EQ(exact.find("Video", "width"), "3");
+    EXPECT_EQ(exact.find("video", "width"), std::nullopt);
+    EXPECT_EQ(ignored.find("Video", ";Depth"), std::nullopt);
+    EXPECT_EQ(ignored.find("", "Width"), std::nullopt);
+}
+
+TEST(Settings, AChangeTouchesItsLineAlone) {
+    const struct {
+        const char *before, *section, *key, *value, *after;
+    } rows[] = {
+        {"a = 1 \r\nb=2\n", "", "A", "9", "a = 9 \r\nb=2\n"},
+        {"k =\t\r\n", "", "k", "v", "k =\tv\r\n"},
+        {"k=1\nk=2\n", "", "k", "", "k=\nk=2\n"},
+        {"[A]\n\tx = 1\n\n# B\n[B]\n", "a", "y", "2", "[A]\n\tx = 1\n\ty = 2\n\n# B\n[B]\n"},
+        {"[A]\n[B]\nx=1\n", "A", "y", "2", "[A]\ny=2\n[B]\nx=1\n"},
+        {"[A]\nx=1\n[B]\n[A]\nz=1\n", "A", "y", "2", "[A]\nx=1\n[B]\n[A]\nz=1\ny=2\n"},
+        {"[A]\r\nx=1", "A", "y", "2", "[A]\r\nx=1\r\ny=2\r\n"},
+        {"[A]\r\nx = 1", "B", "y", "2", "[A]\r\nx = 1\r\n\r\n[B]\r\ny = 2\r\n"},
+        {"x=1\n\n", "B", "y", "2", "x=1\n\n[B]\ny=2\n"},
+        {"", "B", "y", "2", "[B]\ny=2\n"},
+        {"[A]\n", "", "k", "v", "k=v\n[A]\n"},
+        {"\xEF\xBB\xBF[A]\nx=1\n", "A", "x", "2", "\xEF\xBB\xBF[A]\nx=2\n"},
+        {"\xEF\xBB\xBF[A]\n", "", "k", "v", "\xEF\xBB\xBFk=v\n[A]\n"},
+        {"\t[A]\n", "", "k", "v", "\t[A]\nk=v\n"},
+    };
+    for (const auto& row : rows) {
+        Settings settings = settingsOf(row.before);
+        settings.set(row.section, row.key, row.value);
+        EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
+    }
+}
+
+TEST(Settings, ErasingTakesTheLinesOfASetting) {
+    Settings settings = settingsOf("[A]\nx=1\n; kept\nX = 2\ny=3\n[a]\nx=4");
+    EXPECT_TRUE(settings.erase("A", "x"));
+    EXPECT_EQ(settings.text(), "[A]\n; kept\ny=3\n[a]\n");
+    EXPECT_FALSE(settings.erase("A", "x"));
+    EXPECT_FALSE(settings.erase("B", "y"));
+}
+
+TEST(Settings, ErasingASectionLeavesWhatBelongsToTheNextOne) {
+    const struct {
+        const char *before, *section, *after;
+    } rows[] = {
+        {"[A]\nx=1\n\n# B\n[B]\ny=2\n", "a", "# B\n[B]\ny=2\n"},
+        {"[A]\n# x\nx=1\n[B]\ny=2\n", "A", "[B]\ny=2\n"},
+        {"[A]\nx=1\n\n[B]\ny=2\n# end\n", "B", "[A]\nx=1\n\n"},
+        {"[A]\nx=1\n[B]\n[A]\n; a\n[A]\nx=2\n", "A", "[B]\n"},
+        {"\xEF\xBB\xBFx=1\n[A]\n", "", "\xEF\xBB\xBF[A]\n"},
+        {"x=1\n\t[A]\n", "", "\n\t[A]\n"},
+    };
+    for (const auto& row : rows) {
+        Settings settings = settingsOf(row.before);
+        EXPECT_TRUE(settings.eraseSection(row.section));
+        EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
+        EXPECT_FALSE(settings.eraseSection(row.section)) << "from " << row.before;
+    }
+}
+
+TEST(Settings, SectionsAreInFileOrder) {
+    const Settings settings = settingsOf("k=0\n[B]\ny=1\n[A]\n[b]\ny=2\n");
+    std::string seen;
+    for (const auto& section : settings.sections()) {
+        seen.append("[").append(section.name()).append("]");
+        for (const auto& [key, value] : section.entries())
+            seen.append(key).append("=").append(value).append(" ");
+    }
+    EXPECT_EQ(seen, "[]k=0 [B]y=1 y=2 [A]");
+    EXPECT_TRUE(settings.contains("a"));
+    EXPECT_FALSE(settings.contains("C"));
+    EXPECT_TRUE(settings.entries("C").empty());
+}
+
+template <class T>
+void expectRoundTrip(const T& value) {
+    Settings settings = settingsOf("[S]\nk = old\n");
+    settings.set("S", "k", value);
+    EXPECT_EQ(settings.get("S", "k", T{}), value) << settings.text();
+}
+
+TEST(Settings, ValuesOfEveryTypeComeBack) {
+    expectRoundTrip(true);
+    expectRoundTrip<signed char>(-128);
+    expectRoundTrip(std::numeric_limits<long long>::min());
+    expectRoundTrip(std::numeric_limits<unsigned long long>::max());
+    expectRoundTrip(0.1F);
+    expectRoundTrip(String("text"));
+    expectRoundTrip(std::string("a=b; c"));
+    expectRoundTrip(WString(L"gr\u00FCn"));
+    expectRoundTrip(std::vector<int>{});
+    expectRoundTrip(std::vector<double>{0.1, -2});
+    expectRoundTrip(std::vector<std::string>{"", "a b", ""});
+    Vector<String> list;
+    list.add("one");
+    list.add("two");
+    Settings settings;
+    settings.set("S", "k", list);
+    EXPECT_EQ(settings.find("S", "k"), "one,two");
+    EXPECT_EQ(settings.get("S", "k", Vector<String>()).size(), 2u);
+}
+
+TEST(Settings, DoublesComeBackBitByBitUnderAnyLocale) {
+    struct CommaForPoint : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+    };
+    const std::locale former = std::locale::global(std::locale({}, new CommaForPoint));
+    const std::string formerNumeric = std::setlocale(LC_NUMERIC, nullptr);
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");  // Where there is one.
+    std::mt19937_64 random(1);
+    Settings settings;
+    for (int n = 0; n < 10'000; ++n) {
+        const auto bits = n == 0 ? std::uint64_t{1} << 63 : random();
+        const auto value = std::bit_cast<double>(bits);
+        if (value != value) continue;
+        settings.set("S", "k", value);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(settings.get("S", "k", 0.0)), bits) << value;
+    }
+    std::locale::global(former);
+    std::setlocale(LC_NUMERIC, formerNumeric.c_str());
+}
+
+TEST(Settings, WhatIsNoValueOfTheTypeIsTheFallback) {
+    const Settings settings = settingsOf(
+        "word=Yes\nplus=+5\nlarge=300\nreal=1.5\npart=5 px\nlist=1,x\nempty=\nhuge=1e999");
+    EXPECT_TRUE(settings.get("", "word", false));
+    EXPECT_TRUE(settings.get("", "large", true)) << "not a word for false";
+    EXPECT_EQ(settings.get("", "plus", 0), 5);
+    EXPECT_EQ(settings.get<unsigned char>("", "large", 7), 7);
+    EXPECT_EQ(settings.get("", "real", 7), 7);
+    EXPECT_EQ(settings.get("", "part", 7), 7);
+    EXPECT_EQ(settings.get("", "huge", 7.0), 7.0);
+    EXPECT_EQ(settings.get("", "empty", 7), 7);
+    EXPECT_EQ(settings.get("", "empty", "none"), "");
+    EXPECT_EQ(settings.get("", "none", "none"), "none");
+    EXPECT_EQ(settings.get("", "none", L"none"), L"none");
+    EXPECT_EQ(settings.get("", "list", std::vector<int>{7}), std::vector<int>{7});
+}
+
+TEST(Settings, RefusesWhatNoLineCanHold) {
+    using namespace std::string_literals;
+    const struct {
+        std::string section, key, value;
+    } rows[] = {
+        {"a\nb", "k", "v"}, {"a\0b"s, "k", "v"}, {"a", "", "v"},     {"a", "k\r", "v"},
+        {"a", " k", "v"},   {"a", "k=", "v"},    {"a", "[k", "v"},   {"a", ";k", "v"},
+        {"a", "#k", "v"},   {"a", "k", "v\n"},   {"a", "k", "a\rb"}, {"a", "k", "v "},
+        {"a", "k", "\tv"},  {"a", "k", "v\0"s},  {"a", "k\x7F", ""}, {"a", "\xEF\xBB\xBFk", "v"},
+    };
+    Settings settings = settingsOf("[a]\nk=1\n");
+    for (const auto& row : rows)
+        EXPECT_THROW(settings.set(row.section, row.key, row.value), Vorn::Exception::RuntimeError)
+            << row.section << '/' << row.key << '/' << row.value;
+    for (const char* element : {"a,b", " a", "a "})
+        EXPECT_THROW(settings.set("a", "k", std::vector<std::string>{"x", element}),
+                     Vorn::Exception::RuntimeError)
+            << element;
+    EXPECT_THROW(settings.set("a", "k", std::vector<std::string>{""}),
+                 Vorn::Exception::RuntimeError);
+    EXPECT_EQ(settings.text(), "[a]\nk=1\n");
+}
+
+TEST(Settings, TakesItsOwnViews) {
+    Settings settings = settingsOf("[a]\nk=a long text that has to be copied\n");
+    for (int n = 0; n < 1000; ++n) {
+        settings.set("a", "other", *settings.find("a", "k"));
+        settings.set("a", "k", *settings.find("a", "other"));
+    }
+    EXPECT_EQ(settings.text(),
+              "[a]\nk=a long text that has to be copied\n"
+              "other=a long text that has to be copied\n");
+}
+
+TEST(Settings, CopiesAreDeepAndMovedFromIsEmpty) {
+    Settings settings = settingsOf("k=1\n", Case::exact);
+    Settings copy(settings);
+    copy.set("", "K", 2);
+    EXPECT_EQ(settings.text(), "k=1\n");
+    Settings moved(std::move(copy));
+    EXPECT_EQ(moved.text(), "k=1\nK=2\n");
+    EXPECT_EQ(copy.text(), "");  // NOLINT: that it is empty is what it tries.
+    copy.set("", "k", 3);
+    settings = copy;
+    EXPECT_EQ(settings.text(), "k=3\n");
+}
+
+TEST(Settings, LoadingReplacesOrChangesNothing) {
+    test::MemoryFiles files;
+    files.put(L"in", "[a]\nk=1\n");
+    Settings settings = settingsOf("old=1\n");
+    EXPECT_FALSE(settings.load(L"none"));
+    files.readNothing = true;
+    EXPECT_FALSE(settings.load(L"in"));
+    files.readNothing = false;
+    files.reportedSize = std::uint64_t{1} << 32;
+    EXPECT_FALSE(settings.load(L"in"));
+    files.reportedSize = 0;
+    EXPECT_EQ(settings.text(), "old=1\n");
+    EXPECT_TRUE(settings.load(L"in"));
+    EXPECT_EQ(settings.text(), "[a]\nk=1\n");
+}
+
+TEST(Settings, SavingSaysWhetherTheFileHoldsIt) {
+    test::MemoryFiles files;
+    Settings settings = settingsOf("[a]\nk=" + std::string(100'000, 'x'));
+    settings.set("a", "j", "2");
+    EXPECT_TRUE(settings.save(L"out"));
+    EXPECT_EQ(files.get(L"out"), settings.text());
+    EXPECT_TRUE(Settings().save(L"empty"));
+    for (bool* failure : {&files.refuseToOpen, &files.writeNothing, &files.readNothing}) {
+        *failure = true;
+        EXPECT_FALSE(settings.save(L"out"));
+        *failure = false;
+    }
+    files.reportedSize = 7;
+    EXPECT_FALSE(settings.save(L"out"));
+}
+
+TEST(Settings, ManyThreadsReadAtOnce) {
+    std::string text;
+    for (int n = 0; n < 1000; ++n)
+        text += "[" + std::to_string(n) + "]\nk=" + std::to_string(n) + "\n";
+    const Settings settings = settingsOf(text);
+    std::atomic<int> found = 0;
+    const auto readAll = [&] {
+        for (const auto& section : settings.sections())
+            found +=
+                settings.get(section.name(), "k", -1) == std::stoi(std::string(section.name()));
+    };
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 4; ++n) threads.emplace_back(readAll);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(found, 4000);
+}
+
+// What a file may have, but no change may write.
+bool isStorable(const std::string& key, const std::string& value) {
+    const std::string ends("\r\0", 2);
+    return key[0] != '[' && (key + value).find_first_of(ends) == std::string::npos;
+}
+
+// Loads, saves, and changes each setting and back.
+void checkRealFile(const std::string& file, Case rule) {
+    const Settings original = settingsOf(file, rule);
+    EXPECT_EQ(original.text(), file);
+    const test::SettingsModel model(original, rule);
+    EXPECT_EQ(model.bySection(), model.inIniFile(file));
+    Settings settings(original);
+    for (const auto& [name, entries] : model.sections) {
+        for (const auto& [key, value] : entries) {
+            const std::string first(settings.find(name, key).value());
+            if (!isStorable(key, first)) continue;
+            settings.set(name, key, first + "x");
+            EXPECT_EQ(test::linesChanged(file, settings.text()), 1) << name << '/' << key;
+            settings.set(name, key, first);
+            ASSERT_EQ(settings.text(), file) << name << '/' << key;
+        }
+    }
+}
+
+TEST(Settings, RealFilesStayAsTheyAre) {
+    const fs::path corpus = VORN_INI_CORPUS;
+    std::vector<fs::path> paths{fs::path(VORN_TEST_DATA) / "forms.ini"};
+    if (fs::is_directory(corpus))
+        std::ranges::copy(fs::directory_iterator(corpus), std::back_inserter(paths));
+    for (const fs::path& path : paths) {
+        SCOPED_TRACE(path);
+        std::ifstream in(path);
+        const std::string file(std::istreambuf_iterator<char>(in), {});
+        if (file.size() > 100'000) continue;
+        checkRealFile(file, Case::ignored);
+        checkRealFile(file, Case::exact);
+    }
+}
+
+}  // namespace
