@@ -53,3 +53,19 @@ foreach(tool vorn-ini pooled-report)
     install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Development)
   endif()
 endforeach()
+
+if(TARGET vorn-ini)
+  # Debian's zsh looks where its packages put theirs.
+  set(zsh_functions zsh/site-functions)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(zsh_functions zsh/vendor-completions)
+  endif()
+  install(FILES tools/completion/vorn-ini.bash COMPONENT Development RENAME vorn-ini
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES tools/completion/_vorn-ini COMPONENT Development
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/${zsh_functions})
+endif()
+if(TARGET manual)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/vorn-ini.1.gz COMPONENT Development
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()

@@ -1,172 +1,276 @@
-// Reads and changes single settings of an INI file, from a shell.
-//
-// Usage: vorn-ini get|set|unset|list FILE [SECTION [KEY [VALUE]]] [--case-sensitive]
-//
-// Settings before the first header are in the section "". Keys and values are taken without the
-// spaces around them. The exit code is 0 when it is done, 1 when the setting or section is not
-// there, and 2 when the file cannot be read or written.
+// Reads and changes single settings of an INI file, from a shell. `--help` says how.
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
-#include <functional>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "Vorn/StringManip.h"
-#include "Vorn/VornIniFile.h"
+#include "Vorn/Exception.h"
+#include "Vorn/Settings.h"
+#include "Vorn/Version.h"
 #include "Vorn/WStringUtils.h"
 
 namespace {
 
-using Vorn::AttribValuePair;
+namespace fs = std::filesystem;
+using Vorn::Settings;
 
-enum Result { kDone = 0, kNotThere = 1, kFailed = 2 };
+enum Result { kDone = 0, kNotFound = 1, kUsage = 2, kFailed = 3 };
+
+constexpr std::size_t kMostBytes = 0xFFFFFFFF;  // Of settings.
+constexpr char kFooter[] =
+    R"(FILE is a path, or - for standard input and output. SECTION "" holds what stands before the first header. Names are compared without regard to case, unless --case-sensitive is given. A VALUE that begins with - follows --.
+
+Examples:
+  vorn-ini get studio.ini Video Width
+  vorn-ini get studio.ini Video Width --type int --default 1920
+  vorn-ini set studio.ini Video Width 3840
+  vorn-ini unset studio.ini Video Width
+  vorn-ini unset studio.ini Video
+  vorn-ini list studio.ini Video
+  vorn-ini set - Video Width 3840 <studio.ini >other.ini
+
+A change touches its own line alone. It takes the file's place in one step, and waits while another vorn-ini changes a file in the same folder.
+
+Exit codes: 0 done, 1 not found, 2 wrong usage, 3 cannot read or write.)";
 
 struct Request {
-    std::string file, section, key, value;
-    bool caseSensitive = false;
+    bool isStandard() const { return file == "-"; }
+
+    std::string file, section, key, value, fallback, type;
+    bool caseSensitive = false, hasSection = false, hasKey = false, hasFallback = false;
 };
 
-String trimmed(const String& text) {
-    String result(text);
-    if (result.isEmpty()) return "";
-    return result.stripLeadingSpaces().stripTrailingSpaces();
+// A file or stream that fails, with the system's reason.
+[[noreturn]] void fail(const std::string& what, int error) {
+    throw std::runtime_error(what + ": " + (error != 0 ? std::strerror(error) : "not as written"));
 }
 
-// Two entries without "=" are equal as pairs, whatever they say.
-bool haveSameText(const AttribValuePair& a, const AttribValuePair& b) {
-    const String textA = a.asString('='), textB = b.asString('=');
-    return std::string_view(textA, textA.size()) == std::string_view(textB, textB.size());
-}
-
-// Whether a file that holds the entry in this section gives both back.
-bool isStorable(const String& section, const AttribValuePair& entry) {
-    VornIniFile::Sections read{VornIniFile_Private::StringLT_Fancy(true)};
-    VornIniFile_Private::SectionsBuildingOutputIterator builder(&read);
-    String text("\n");
-    if (section != VornIniFile::kAnonymousSection()) text += "[" + section + "]\n";
-    text += entry.asString('=');
-    Vorn::StringManip::splitBuffer(builder, text, text.size(), '\n');
-    const auto found = read.find(section);
-    return read.size() == 1 && found != read.end() && found->second.size() == 1 &&
-           found->second[0].getAttrib() == entry.getAttrib() &&
-           found->second[0].getValue() == entry.getValue();
-}
-
-class Settings {
+class Descriptor {
 public:
-    explicit Settings(const Request& made)
-        : request(made),
-          ini(Vorn::WStringFromUTF8(made.file.c_str()), false, made.caseSensitive),
-          section(made.section.empty() ? VornIniFile::kAnonymousSection()
-                                       : String(made.section.c_str())) {
-        const bool empty = std::filesystem::is_regular_file(request.file) &&
-                           std::filesystem::is_empty(request.file);
-        if (!empty && !ini.load(WString(), '\n')) fail("cannot be read");
+    explicit Descriptor(int opened) : number(opened) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number > STDIN_FILENO) ::close(number);
+    }
+    int get() const { return number; }
+
+private:
+    const int number;
+};
+
+// Empty for a file that is not there, where that is allowed.
+std::string read(const std::string& path, bool mayBeMissing) {
+    const bool isStandard = path == "-";
+    const std::string name = isStandard ? "standard input" : path;
+    const Descriptor file(isStandard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0 && errno == ENOENT && mayBeMissing) return {};
+    std::string text;
+    std::array<char, 1 << 16> block;
+    while (true) {
+        const ssize_t count = file.get() < 0 ? -1 : ::read(file.get(), block.data(), block.size());
+        if (count == 0) return text;
+        if (count > 0) text.append(block.data(), static_cast<std::size_t>(count));
+        if (text.size() > kMostBytes) fail(name, EFBIG);
+        if (count < 0 && errno != EINTR) fail(name, errno);
+    }
+}
+
+// Held while a file is changed. It is on the folder, since the file is replaced by a new one, and
+// ends with the process.
+class Lock {
+public:
+    explicit Lock(const fs::path& file)
+        : folder(::open(folderOf(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        while (folder.get() < 0 || ::flock(folder.get(), LOCK_EX) != 0)
+            if (folder.get() < 0 || errno != EINTR) fail(folderOf(file), errno);
     }
 
-    Result list() const {
-        if (!request.section.empty() && !ini.sectionExists(section)) return kNotThere;
-        for (auto walk = ini.getSectionIterator(); walk.valid(); ++walk)
-            if (request.section.empty() || equal(walk.name(), section)) print(walk.name(), *walk);
-        return kDone;
+private:
+    static fs::path folderOf(const fs::path& file) {
+        std::error_code ignored;
+        const fs::path whole = fs::weakly_canonical(fs::absolute(file), ignored);
+        return (whole.empty() ? fs::absolute(file) : whole).parent_path();
     }
 
-    Result get() const {
-        const VornIniFile::Entries& entries = ini.getSection(section);
-        const auto found = std::ranges::find_if(entries, isMeant());
-        if (found == entries.end()) return kNotThere;
-        std::cout << trimmed(found->getValue()) << '\n';
+    const Descriptor folder;
+};
+
+class Command {
+public:
+    explicit Command(const Request& made)
+        : request(made), settings(made.caseSensitive ? Vorn::Case::exact : Vorn::Case::ignored) {}
+
+    Result get() {
+        load(false);
+        const auto found = settings.find(request.section, request.key);
+        const auto value = found ? typed() : std::nullopt;
+        if (found && !value)
+            std::cerr << "vorn-ini: " << request.file << ": \"" << *found << "\" is no "
+                      << request.type << '\n';
+        if (!value && !request.hasFallback) return kNotFound;
+        std::cout << value.value_or(request.fallback) << '\n';
         return kDone;
     }
 
     Result set() {
-        VornIniFile::Entries& entries = ini.getSection(section);
-        const auto found = std::ranges::find_if(entries, isMeant());
-        const String value = trimmed(request.value.c_str());
-        if (found != entries.end()) found->setValue(value);
-        const AttribValuePair& changed =
-            found != entries.end() ? *found
-                                   : entries.emplace_back(trimmed(request.key.c_str()), value, '=');
-        if (!isStorable(section, changed)) fail("cannot hold this section, key or value");
-        return save();
+        return change(true, [this] {
+            settings.set(request.section, request.key, request.value);
+            const auto value = typed();
+            if (!value) throw CLI::ValidationError("VALUE", "is no " + request.type);
+            settings.set(request.section, request.key, *value);
+            return true;
+        });
     }
 
     Result unset() {
-        if (!ini.sectionExists(section)) return kNotThere;
-        return std::erase_if(ini.getSection(section), isMeant()) > 0 ? save() : kNotThere;
+        return change(false, [this] {
+            return request.hasKey ? settings.erase(request.section, request.key)
+                                  : settings.eraseSection(request.section);
+        });
     }
 
-private:
-    [[noreturn]] void fail(const char* reason) const {
-        throw std::runtime_error(request.file + ": " + reason);
-    }
-
-    bool equal(const String& a, const String& b) const {
-        const VornIniFile_Private::StringLT_Fancy less(request.caseSensitive);
-        return !less(a, b) && !less(b, a);
-    }
-
-    std::function<bool(const AttribValuePair&)> isMeant() const {
-        return [this](const AttribValuePair& entry) {
-            const String key = trimmed(entry.getAttrib());
-            return key.size() > 0 && equal(key, trimmed(request.key.c_str()));
-        };
-    }
-
-    static void print(const String& name, const VornIniFile::Entries& entries) {
-        if (name != VornIniFile::kAnonymousSection()) std::cout << '[' << name << "]\n";
-        for (const AttribValuePair& entry : entries)
-            if (entry.valid()) std::cout << entry.asString('=') << '\n';
-    }
-
-    // `save` says whether the file could be opened; whether the disk took it only reading tells.
-    Result save() {
-        if (!ini.save(WString())) fail("cannot be written");
-        VornIniFile again(Vorn::WStringFromUTF8(request.file.c_str()), true, request.caseSensitive);
-        for (auto walk = ini.getSectionIterator(); walk.valid(); ++walk)
-            if (!std::ranges::equal(again.getSection(walk.name()), *walk, haveSameText))
-                fail("does not hold what was written");
+    Result list() {
+        load(false);
+        if (!request.hasSection) {
+            for (const Settings::Section& section : settings.sections()) print(section.name());
+            return kDone;
+        }
+        if (!settings.contains(request.section)) return kNotFound;
+        print(request.section);
         return kDone;
     }
 
+    Result sections() {
+        load(false);
+        for (const Settings::Section& section : settings.sections())
+            std::cout << section.name() << '\n';
+        return kDone;
+    }
+
+private:
+    void load(bool mayBeMissing) { settings.parse(read(request.file, mayBeMissing)); }
+
+    template <class Edit>
+    Result change(bool creates, Edit edit) {
+        std::optional<Lock> lock;
+        if (!request.isStandard()) lock.emplace(request.file);
+        load(creates);
+        if (!edit()) return kNotFound;
+        if (request.isStandard()) {
+            std::cout << settings.text();
+            return kDone;
+        }
+        const WString path = Vorn::WStringFromUTF8(request.file.c_str());
+        if (request.file != Vorn::UTF8FromWString(path).c_str()) fail(request.file, EILSEQ);
+        errno = 0;
+        if (!settings.save(path)) fail(request.file, errno);
+        return kDone;
+    }
+
+    // The setting as its type writes it; nothing if it is none of that type.
+    std::optional<std::string> typed() const {
+        if (request.type == "bool") return rewritten(true, false);
+        if (request.type == "int") return rewritten<std::int64_t>(0, 1);
+        if (request.type == "float") return rewritten(0.0, 1.0);
+        return std::string(*settings.find(request.section, request.key));
+    }
+    template <class T>
+    std::optional<std::string> rewritten(T fallback, T other) const {
+        const T value = settings.get(request.section, request.key, fallback);
+        if (value == fallback && settings.get(request.section, request.key, other) == other)
+            return std::nullopt;
+        Settings written;
+        written.set("", "value", value);
+        return std::string(*written.find("", "value"));
+    }
+
+    // Of equal keys the first one, which `get` finds.
+    void print(std::string_view name) const {
+        if (!name.empty()) std::cout << '[' << name << "]\n";
+        for (const auto& [key, value] : settings.entries(name))
+            if (settings.find(name, key)->data() == value.data())
+                std::cout << key << '=' << value << '\n';
+    }
+
     const Request& request;
-    VornIniFile ini;
-    const String section;
+    Settings settings;
 };
 
 int run(int argc, char** argv) {
     CLI::App app("Reads and changes single settings of an INI file.", "vorn-ini");
     Request request;
+    app.set_version_flag("--version", std::string("vorn-ini ") + vornDllVersionStr());
+    app.footer(kFooter);
     app.require_subcommand(1);
     app.add_flag("--case-sensitive", request.caseSensitive,
-                 "names and keys that differ in case differ");
+                 "Names and keys that differ in case differ");
     const auto add = [&](const char* name, const char* help) {
         CLI::App* const command = app.add_subcommand(name, help)->fallthrough();
-        command->add_option("FILE", request.file)->required();
-        auto* const section = command->add_option("SECTION", request.section, "\"\" for none");
-        if (std::string(name) == "list") return command;
-        section->required();
-        command->add_option("KEY", request.key)->required();
+        command->add_option("FILE", request.file, "A path, or -")->required();
         return command;
     };
-    add("list", "shows all settings, or those of one section");
-    const CLI::App* const get = add("get", "shows the value of a setting");
-    CLI::App* const set = add("set", "changes a setting, or adds it");
-    const CLI::App* const unset = add("unset", "removes a setting");
+    const auto addSection = [&](CLI::App* command) {
+        return command->add_option("SECTION", request.section, "Its name; \"\" has none");
+    };
+    const auto addKey = [&](CLI::App* command) {
+        return command->add_option("KEY", request.key, "The setting's name");
+    };
+    const auto addType = [&](CLI::App* command) {
+        command->add_option("--type", request.type, "What the value is, which is checked")
+            ->check(CLI::IsMember({"bool", "int", "float"}));
+    };
+    CLI::App* const get =
+        add("get", "FILE SECTION KEY [--default VALUE] [--type bool|int|float]: shows a value");
+    addSection(get)->required();
+    addKey(get)->required();
+    addType(get);
+    const auto* fallback = get->add_option("--default", request.fallback,
+                                           "What to show where there is no such setting");
+    CLI::App* const set = add("set",
+                              "FILE SECTION KEY VALUE [--type bool|int|float]: changes a setting, "
+                              "or adds it; creates FILE");
+    addSection(set)->required();
+    addKey(set)->required();
     set->add_option("VALUE", request.value)->required();
+    addType(set);
+    CLI::App* const unset =
+        add("unset", "FILE SECTION [KEY]: removes a setting, or a whole section");
+    addSection(unset)->required();
+    const auto* key = addKey(unset);
+    CLI::App* const list =
+        add("list", "FILE [SECTION]: shows all settings, or those of one section");
+    const auto* section = addSection(list);
+    add("sections", "FILE: shows the names of all sections");
     try {
         app.parse(argc, argv);
-        Settings settings(request);
-        return get->parsed()     ? settings.get()
-               : set->parsed()   ? settings.set()
-               : unset->parsed() ? settings.unset()
-                                 : settings.list();
+        request.hasSection = section->count() > 0;
+        request.hasKey = key->count() > 0;
+        request.hasFallback = fallback->count() > 0;
+        Command command(request);
+        const Result result = get->parsed()     ? command.get()
+                              : set->parsed()   ? command.set()
+                              : unset->parsed() ? command.unset()
+                              : list->parsed()  ? command.list()
+                                                : command.sections();
+        return result;
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kFailed;
+        return app.exit(error) == 0 ? kDone : kUsage;
+    } catch (const Vorn::Exception::RuntimeError& refusal) {
+        std::cerr << "vorn-ini: " << refusal.msg() << '\n';
+        return kUsage;
     }
 }
 
@@ -174,7 +278,9 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
+        const int result = run(argc, argv);
+        if (!std::cout.flush()) fail("standard output", errno);
+        return result;
     } catch (const std::exception& failure) {
         std::cerr << "vorn-ini: " << failure.what() << '\n';
         return kFailed;

@@ -25,6 +25,14 @@ if(others)
   message(FATAL_ERROR "installed although not public: ${others}")
 endif()
 
+if(EXISTS ${prefix}/bin/vorn-ini)
+  foreach(file bash-completion/completions/vorn-ini zsh/site-functions/_vorn-ini)
+    if(NOT EXISTS ${prefix}/share/${file})
+      message(FATAL_ERROR "share/${file} is not installed")
+    endif()
+  endforeach()
+endif()
+
 run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${work}/consumer -DCMAKE_CXX_COMPILER=${CXX}
   -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${work}/consumer)

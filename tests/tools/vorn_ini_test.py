@@ -1,0 +1,137 @@
+"""Runs vorn-ini as a shell does. Usage: vorn_ini_test.py VORN_INI"""
+import fcntl
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOL = sys.argv.pop(1)
+DONE, NOT_FOUND, USAGE, FAILED = range(4)
+
+
+def run(*arguments, text="", stdout=subprocess.PIPE):
+    done = subprocess.run([TOOL, *arguments], input=text.encode(), stdout=stdout,
+                          stderr=subprocess.PIPE, check=False)
+    return done.returncode, (done.stdout or b"").decode(), done.stderr.decode()
+
+
+class VornIni(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.file = self.folder / "studio.ini"
+        self.file.write_bytes(b"Version = 1\n; a = b\n\n[Video]\nWidth = 1920\nwidth = 2\n[Empty]\n")
+
+    def expect(self, code, output, *arguments, text=""):
+        found, printed, error = run(*arguments, text=text)
+        self.assertEqual((found, printed), (code, output), f"{arguments}: {error}")
+        return error
+
+    def test_shows_what_is_there(self):
+        file = str(self.file)
+        for code, output, *arguments in [
+                (DONE, "1920\n", "get", file, "video", "WIDTH"),
+                (DONE, "2\n", "--case-sensitive", "get", file, "Video", "width"),
+                (NOT_FOUND, "", "--case-sensitive", "get", file, "video", "Width"),
+                (DONE, "1\n", "get", file, "", "Version"),
+                (NOT_FOUND, "", "get", file, "", "; a"),
+                (DONE, "8\n", "get", file, "Video", "Depth", "--default", "8"),
+                (DONE, "Version=1\n[Video]\nWidth=1920\n[Empty]\n", "list", file),
+                (DONE, "[Video]\nWidth=1920\nwidth=2\n", "--case-sensitive", "list", file, "Video"),
+                (DONE, "Version=1\n", "list", file, ""),
+                (NOT_FOUND, "", "list", file, "None"),
+                (DONE, "\nVideo\nEmpty\n", "sections", file)]:
+            self.expect(code, output, *arguments)
+
+    def test_types_are_checked_and_written_alike(self):
+        for code, output, kind, value in [
+                (DONE, "true\n", "bool", "Yes"), (DONE, "5\n", "int", "+5"),
+                (DONE, "0.5\n", "float", "5e-1"), (NOT_FOUND, "", "int", "5 px"),
+                (NOT_FOUND, "", "bool", "2"), (NOT_FOUND, "", "float", "1,5")]:
+            self.expect(code, output, "get", "-", "", "k", "--type", kind, text=f"k={value}")
+            self.expect(code * USAGE, f"k={output}" if output else "", "set", "-", "", "k", value,
+                        "--type", kind)
+
+    def test_a_change_touches_its_line_alone(self):
+        before = self.file.read_text()
+        self.expect(DONE, "", "set", str(self.file), "VIDEO", "Width", "3840")
+        self.assertEqual(self.file.read_text(), before.replace("1920", "3840"))
+        self.expect(DONE, "", "set", str(self.file), "Video", "Offset", "-5")
+        self.expect(DONE, "", "unset", str(self.file), "Video", "offset")
+        self.expect(DONE, "", "unset", str(self.file), "Empty")
+        self.assertEqual(self.file.read_text(),
+                         before.replace("1920", "3840").replace("[Empty]\n", ""))
+        self.expect(NOT_FOUND, "", "unset", str(self.file), "Empty")
+        self.expect(NOT_FOUND, "", "unset", str(self.file), "Video", "offset")
+
+    def test_creates_a_file_and_filters_standard_input(self):
+        new = self.folder / "new.ini"
+        self.expect(DONE, "", "set", str(new), "A", "x", "1")
+        self.assertEqual(new.read_text(), "[A]\nx=1\n")
+        self.expect(DONE, "[A]\nx = 2\n", "set", "-", "A", "x", "2", text="[A]\nx = 1\n")
+        self.expect(DONE, "[A]\n", "unset", "-", "A", "x", text="[A]\nx = 1\n")
+
+    def test_says_what_failed_and_why(self):
+        missing = str(self.folder / "none" / "x.ini")
+        for code, reason, *arguments in [
+                (FAILED, "x.ini: No such file or directory", "get", missing, "a", "b"),
+                (FAILED, "No such file or directory", "set", missing, "a", "b", "c"),
+                (FAILED, "x.ini: No such file or directory", "list", missing),
+                (FAILED, ": Is a directory", "set", str(self.folder), "a", "b", "c"),
+                (USAGE, "KEY is required", "get", str(self.file), "a"),
+                (USAGE, "a line end", "set", str(self.file), "a", "b", "c\nd"),
+                (USAGE, "", "change", str(self.file))]:
+            self.assertIn(reason, self.expect(code, "", *arguments))
+
+    @unittest.skipUnless(os.path.exists("/dev/full"), "needs /dev/full")
+    def test_output_that_cannot_be_written_is_a_failure(self):
+        with open("/dev/full", "w") as full:
+            for command in ["get", "-", "", "k"], ["list", "-"], ["set", "-", "", "k", "2"], ["--help"]:
+                code, _, error = run(*command, text="k=1", stdout=full)
+                self.assertEqual(code, FAILED, command)
+                self.assertIn("standard output: No space left on device", error)
+
+    def test_changes_at_the_same_time_all_stay(self):
+        link = self.folder / "link.ini"
+        link.symlink_to(self.file)
+        for attempt in range(5):
+            keys = [f"key{attempt}{n}" for n in range(8)]
+            running = [subprocess.Popen([TOOL, "set", str([self.file, link][n % 2]), "Shared", key, key])
+                       for n, key in enumerate(keys)]
+            self.assertEqual([process.wait() for process in running], [DONE] * 8)
+            _, listed, _ = run("list", str(self.file), "Shared")
+            self.assertLessEqual({f"{key}={key}" for key in keys}, set(listed.splitlines()))
+
+    def test_a_killed_process_leaves_no_lock(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        holder = subprocess.Popen([TOOL, "set", str(pipe), "A", "k", "1"])  # Waits with the lock.
+        while not self.is_locked():
+            time.sleep(0.01)
+        waiting = subprocess.Popen([TOOL, "set", str(self.file), "A", "k", "2"])
+        holder.kill()
+        holder.wait()
+        self.assertEqual(waiting.wait(timeout=60), DONE)
+        self.assertEqual({path.name for path in self.folder.iterdir()}, {"studio.ini", "pipe"})
+
+    def is_locked(self):
+        folder = os.open(self.folder, os.O_RDONLY)
+        try:
+            fcntl.flock(folder, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            return False
+        except BlockingIOError:
+            return True
+        finally:
+            os.close(folder)
+
+    def test_help_and_version(self):
+        _, text, _ = run("--help")
+        self.assertIn("Examples:", text)
+        self.assertRegex(run("--version")[1], r"^vorn-ini \d+\.\d+\.\d+\.\d+\n$")
+
+
+unittest.main()
