@@ -44,6 +44,18 @@ void save(benchmark::State& state) {
     for (auto _ : state) parser.save(target.path.c_str());
 }
 
+// A file is loaded, one value changed, and the file saved.
+template <class Parser>
+void change(benchmark::State& state) {
+    const TemporaryFile source(10'000'000), target;
+    const typename Parser::Key key("Input 5000", "Width");
+    for (auto _ : state) {
+        Parser parser(source.path.c_str());
+        parser.set(key, "3840");
+        parser.save(target.path.c_str());
+    }
+}
+
 // Settings all over the file.
 template <class Parser>
 void find(benchmark::State& state) {
@@ -65,9 +77,11 @@ bool use(const std::string& name) {
     if (name != "Qt")  // It would load a file once and keep it.
         benchmark::RegisterBenchmark(("iniLoad<" + name + ">").c_str(), load<Parser>)
             ->RangeMultiplier(10)
-            ->Range(1000, name == "Ours" ? 10'000'000 : 100'000);
+            ->Range(1000, name == "Ours" || name == "Settings" ? 10'000'000 : 100'000);
     if constexpr (requires(Parser parser) { parser.save(""); })
         benchmark::RegisterBenchmark(("iniSave<" + name + ">").c_str(), save<Parser>);
+    if constexpr (requires(Parser parser, Parser::Key key) { parser.set(key, ""); })
+        benchmark::RegisterBenchmark(("iniChange<" + name + ">").c_str(), change<Parser>);
     if constexpr (requires { typename Parser::Key; })
         benchmark::RegisterBenchmark(("iniFind<" + name + ">").c_str(), find<Parser>);
     return true;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #ifdef VORN_PEER_OURS
+#include "Vorn/Settings.h"
 #include "Vorn/VornIniFile.h"
 #include "Vorn/WStringUtils.h"
 #endif
@@ -78,6 +79,18 @@ struct Ours {
     VornIniFile file;
 };
 const bool usesOurs = use<Ours>("Ours");
+
+struct Settings {
+    using Key = std::pair<std::string, std::string>;
+
+    explicit Settings(const char* path) { require(file.load(Vorn::WStringFromUTF8(path))); }
+    void save(const char* path) const { require(file.save(Vorn::WStringFromUTF8(path))); }
+    bool find(const Key& key) const { return file.find(key.first, key.second).has_value(); }
+    void set(const Key& key, const char* value) { file.set(key.first, key.second, value); }
+
+    Vorn::Settings file{Vorn::Case::exact};
+};
+const bool usesSettings = use<Settings>("Settings");
 #endif
 
 #ifdef VORN_PEER_GLIB
@@ -96,6 +109,9 @@ struct GLib {
     bool find(const Key& key) const {
         const char *const section = key.first.c_str(), *const name = key.second.c_str();
         return Text(g_key_file_get_value(file.get(), section, name, nullptr), g_free) != nullptr;
+    }
+    void set(const Key& key, const char* value) {
+        g_key_file_set_value(file.get(), key.first.c_str(), key.second.c_str(), value);
     }
 
     std::unique_ptr<GKeyFile, decltype(&g_key_file_free)> file{g_key_file_new(), g_key_file_free};

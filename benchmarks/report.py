@@ -73,6 +73,13 @@ INI save, 10 MB                 | iniSave<{}>        | Ours   | GLib        | >=
 INI save, 10 MB                 | iniSave<{}>        | Ours   | Boost       | >= 4
 INI lookup, 10 MB               | iniFind<{}>        | Ours   | GLib        | <= 3
 INI lookup, 10 MB               | iniFind<{}>        | Ours   | Qt          | <= 0.8
+Settings load, 10 MB            | {} sample/10000000            | Settings@vorn | FULL | >= 8
+Settings load and drop, 100 KB  | iniLoad<{}>/100000 | Settings | PARSERS   | -
+Settings load and drop, 1 KB    | iniLoad<{}>/1000   | Settings | PARSERS   | >= 2
+Settings peak memory, B/B       | {} sample peak/10000000            | Settings@vorn |      | <= 2.5
+Settings lookup, 10 MB          | iniFind<{}>        | Settings | GLib      | <= 1
+Settings save, 10 MB            | iniSave<{}>        | Settings | GLib      | -
+Settings load, change, save     | iniChange<{}>      | Settings | GLib      | >= 4
 registry, find among 10 keys    | findObject<{}>/10           | Ours   | Map         | -
 registry, find among 10 keys    | findObject<{}>/10           | Ours   | Floor       | <= 1.15
 registry, find among 1000       | findObject<{}>/1000         | Ours   | Map         | -
@@ -97,7 +104,7 @@ GROUPS = {"PARSERS": PARSERS, "LAZY": PROGRAMS["Qt"],
 GROWTH = ["buildAndDrop<String>", "buildAndDrop<std::string>", "copyAndDrop<String>",
           "copyAndDrop<std::string>", "appendCharacters<String>", "appendCharacters<std::string>",
           "substitute<String>", "substitute<std::string>", "split<String>", "split<QByteArray>",
-          "iniLoad<Ours>", "Ours@vorn sample", "findObject<Ours>", "findObject<Map>"]
+          "iniLoad<Ours>", "Ours@vorn sample", "iniLoad<Settings>", "findObject<Ours>", "findObject<Map>"]
 # Time by size: the worst growth from one size to its double.
 SCALE = {"lineEnds": 1 << 24, "brackets": 1 << 24, "oneLine": 1 << 24, "randomBytes": 1 << 24,
          "settings": 1_000_000, "sections": 100_000}
@@ -201,7 +208,8 @@ def print_report(medians):
                  for name in GROWTH if (known := dict(by_size(name, medians)))])
 
     lines = []
-    for name in [f"Ours@vorn {kind}" for kind in SCALE] + ["findObject<Ours>"]:
+    for name in [f"{ours}@vorn {kind}" for kind in SCALE for ours in ("Ours", "Settings")
+                 ] + ["findObject<Ours>"]:
         known = [pair for pair in by_size(name, medians) if pair[0] > 20_000]
         if len(known) < 3:
             continue
@@ -238,12 +246,12 @@ def main():
                    "findObject.*(25|50|100)000$" if args.quick else "")
     for program in sorted(programs.glob("memory_*")) * rounds:
         run_benchmarks(program, 1, seconds, prefix=program.name.partition("_")[2] + " ")
-    everyone = ["Ours@vorn"] + [program for both in PROGRAMS.values() for program in both]
+    everyone = ["Ours@vorn", "Settings@vorn"] + [program for both in PROGRAMS.values() for program in both]
     for size in [10_000_000] if args.quick else [10_000_000, 100_000_000]:
         load_files(programs, "sample", size, everyone, rounds)
     for kind, size in SCALE.items():
         for part in 4, 2, 1:
-            load_files(programs, kind, size // part, ["Ours@vorn"], rounds)
+            load_files(programs, kind, size // part, ["Ours@vorn", "Settings@vorn"], rounds)
 
     medians = {name: statistics.median(figures) for name, figures in samples.items()}
     add_derived(medians)
