@@ -1,49 +1,23 @@
-// Reads a configuration file, changes it, saves it, and shows what that did.
+// Reads a settings file, changes and adds settings, saves it, and reads it again.
 //
 // Usage: settings FILE.ini WORKFOLDER
 //
 // Works on a copy of FILE in WORKFOLDER. The exit code is 0 only if every step held.
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <iterator>
 #include <stdexcept>
-#include <string>
+#include <string_view>
 #include <vector>
 
-#include "Vorn/Vorn.h"
+#include "Vorn/Settings.h"
+#include "Vorn/WStringUtils.h"
 
 namespace fs = std::filesystem;
-using Lines = std::vector<std::string>;
+using Vorn::Settings;
 
 static void require(bool held, const char* failure) {
     if (!held) throw std::runtime_error(failure);
-}
-
-static bool isComment(const std::string& line) {
-    return line.starts_with(';') || line.starts_with('#');
-}
-
-static bool isSetting(const Vorn::AttribValuePair& entry) {
-    return entry.valid() && !isComment(std::string(entry.getAttrib()));
-}
-
-// The lines of all entries, sorted.
-static Lines linesOf(const VornIniFile& ini) {
-    Lines lines;
-    for (auto section = ini.getSectionIterator(); section.valid(); ++section)
-        for (const auto& entry : *section) lines.emplace_back(entry.asString('='));
-    std::ranges::sort(lines);
-    return lines;
-}
-
-// What `a` has and `b` has not.
-static void print(const char* heading, const Lines& a, const Lines& b) {
-    Lines lines;
-    std::ranges::set_difference(a, b, std::back_inserter(lines));
-    std::cout << heading << " (" << lines.size() << ")\n";
-    for (const std::string& line : lines) std::cout << "  " << line << '\n';
 }
 
 int main(int argc, char** argv) try {
@@ -52,29 +26,26 @@ int main(int argc, char** argv) try {
     fs::copy_file(argv[1], copy, fs::copy_options::overwrite_existing);
     fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
     const WString path = Vorn::WStringFromUTF8(copy.c_str());
-    VornIniFile ini(false);  // Section names are compared without regard to case.
-    require(ini.load(path, '\n'), "the file is empty or cannot be read");
-    const Lines before = linesOf(ini);
+
+    Settings settings;  // Names are compared without regard to case.
+    require(settings.load(path), "the file is empty or cannot be read");
     std::cout << "Sections\n";
-    for (auto each = ini.getSectionIterator(); each.valid(); ++each)
-        std::cout << "  [" << each.name() << "] " << (*each).size() << " entries\n";
-
-    auto section = ini.getSectionIterator();
-    while (section.valid() && std::ranges::none_of(*section, isSetting)) ++section;
-    if (section.valid()) {
-        const auto setting = std::ranges::find_if(*section, isSetting);
-        setting->setValue(setting->getValue() + " (changed)");
+    for (const Settings::Section& section : settings.sections()) {
+        const std::string_view name = section.name().empty() ? "before the first" : section.name();
+        std::cout << "  " << name << ": " << section.entries().size() << " settings\n";
     }
-    ini["Added by the example"].emplace_back(WString(L"Gr\u00F6\u00DFe"), L"2 \u00D7 3", '=');
-    require(ini.save(path), "the copy cannot be written");
 
-    const Lines after = linesOf(VornIniFile(path, true, false));
-    require(after == linesOf(ini), "a line was not saved");
-    print("Lines that went", before, after);
-    print("Lines that came", after, before);
-    const auto comments = std::ranges::count_if(before, isComment);
-    require(std::ranges::count_if(after, isComment) == comments, "a comment was lost");
-    std::cout << "Comments, before and after: " << comments << '\n';
+    const auto width = settings.get("Video", "Width", 1920);
+    settings.set("Video", "Width", 2 * width);  // Changes the line or adds it.
+    settings.set("Video", "Crop", std::vector<int>{0, 0, 8, 8});
+    settings.set("Operator", "Name", L"J\u00F6rg");  // A new section.
+    require(settings.save(path), "the copy does not hold what was to be written");
+
+    Settings again;
+    require(again.load(path) && again.text() == settings.text(), "the copy cannot be read again");
+    require(again.get("video", "width", 0) == 2 * width, "the width was not saved");
+    std::cout << "Video/Width was " << width << " and is " << again.get("Video", "Width", 0)
+              << '\n';
 } catch (const std::exception& failure) {
     return std::cerr << "settings: " << failure.what() << '\n', 1;
 }
