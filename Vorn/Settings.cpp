@@ -93,8 +93,7 @@ bool equalNames(View a, View b, Case rule) {
         const bool cased = rule == Case::exact;
         return IniLines::folded(x, cased) == IniLines::folded(y, cased);
     };
-    return a.size() == b.size() && (std::memcmp(a.data(), b.data(), a.size()) == 0 ||
-                                    std::equal(a.begin(), a.end(), b.begin(), same));
+    return a == b || (a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), same));
 }
 
 // Names count up to their first zero byte, and the section that has none goes by two names.
@@ -381,7 +380,7 @@ void SettingsPrivate::Model::read(View text) {
 
 // All at once, so that their table is made once.
 void SettingsPrivate::Model::addKeys(std::size_t count) {
-    keys.reserve(count, [](Index) { return 0; });
+    keys.reserve(count, [](Index) { return Index{0}; });
     for (Index i = 1; i < lines.size(); ++i) {
         const Line& line = lines[i];
         if (line.kind != kSetting) continue;

@@ -80,7 +80,7 @@ bool use(const std::string& name) {
             ->Range(1000, name == "Ours" || name == "Settings" ? 10'000'000 : 100'000);
     if constexpr (requires(Parser parser) { parser.save(""); })
         benchmark::RegisterBenchmark(("iniSave<" + name + ">").c_str(), save<Parser>);
-    if constexpr (requires(Parser parser, Parser::Key key) { parser.set(key, ""); })
+    if constexpr (requires { &Parser::set; })
         benchmark::RegisterBenchmark(("iniChange<" + name + ">").c_str(), change<Parser>);
     if constexpr (requires { typename Parser::Key; })
         benchmark::RegisterBenchmark(("iniFind<" + name + ">").c_str(), find<Parser>);
