@@ -94,8 +94,9 @@ class Lock {
 public:
     explicit Lock(const fs::path& file)
         : folder(::open(folderOf(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        while (folder.get() < 0 || ::flock(folder.get(), LOCK_EX) != 0)
-            if (folder.get() < 0 || errno != EINTR) fail(folderOf(file), errno);
+        int error = folder.get() < 0 ? errno : EINTR;
+        while (error == EINTR) error = ::flock(folder.get(), LOCK_EX) == 0 ? 0 : errno;
+        if (error != 0) fail(folderOf(file), error);
     }
 
 private:
