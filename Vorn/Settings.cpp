@@ -713,7 +713,7 @@ bool Settings::save(const WString& path) const {
     const Ptr<iFile> file = OS()->fileServices()->openFile(path, 0, 0, 1, 0);
     if (!file || file->size() != size()) return false;
     forEachPiece([&](View piece) {
-        std::array<char, 16 * 1024> read;
+        std::array<char, 16384> read;
         while (done && !piece.empty()) {
             const auto bytes = static_cast<unsigned>(std::min(piece.size(), read.size()));
             done = file->read(read.data(), bytes) == bytes &&

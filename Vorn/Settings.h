@@ -239,7 +239,7 @@ private:
         } else if constexpr (kIsInteger<T>) {
             out += Digits(static_cast<Widest<T>>(value)).view();
         } else if constexpr (std::is_convertible_v<const T&, WString>) {
-            const WString wide(value);
+            const WString& wide = value;
             const UTF8String bytes = UTF8FromWString(wide);
             requireSame(wide, WStringFromUTF8(bytes.c_str()));
             out += bytes;

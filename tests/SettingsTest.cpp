@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <bit>
 #include <clocale>
@@ -260,8 +261,8 @@ TEST(Settings, ManyThreadsReadAtOnce) {
             found +=
                 settings.get(section.name(), "k", -1) == std::stoi(std::string(section.name()));
     };
-    std::vector<std::thread> threads;
-    for (int n = 0; n < 4; ++n) threads.emplace_back(readAll);
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) thread = std::thread(readAll);
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(found, 4000);
 }

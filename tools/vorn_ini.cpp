@@ -8,13 +8,13 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "Vorn/Exception.h"
 #include "Vorn/Settings.h"
@@ -54,7 +54,9 @@ struct Request {
 
 // A file or stream that fails, with the system's reason.
 [[noreturn]] void fail(const std::string& what, int error) {
-    throw std::runtime_error(what + ": " + (error != 0 ? std::strerror(error) : "not as written"));
+    const std::string reason = std::generic_category().message(error);
+    throw std::runtime_error(what + ": " +
+                             (error != 0 ? reason : "does not hold what was written"));
 }
 
 class Descriptor {
