@@ -72,7 +72,7 @@ void checkChange(Settings& settings, const Change& change, Case rule) {
     if (change.kind == Change::kSet)
         assert(test::linesChanged(before, settings.text()) <= 1);
     else
-        assert(test::hasLines('\n' + before, settings.text()));
+        assert(test::hasLines(before, settings.text()));
 }
 
 }  // namespace

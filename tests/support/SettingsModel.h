@@ -15,6 +15,8 @@
 
 namespace test {
 
+constexpr char kMark[] = "\xEF\xBB\xBF";
+
 inline std::string withoutBlanks(std::string text) {
     std::string blanks = " \x7F";
     for (char c = 0; c < ' '; ++c) blanks += c;
@@ -90,7 +92,7 @@ struct SettingsModel {
     /// What `VornIniFile` finds in the same text, but for comments.
     BySection inIniFile(const std::string& text) const {
         MemoryFiles files;
-        files.put(L"in", text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text);
+        files.put(L"in", text.starts_with(kMark) ? text.substr(3) : text);
         const VornIniFile ini(L"in", true, rule == Vorn::Case::exact);
         BySection all;
         for (auto walk = ini.getSectionIterator(); walk.valid(); ++walk) {
@@ -109,10 +111,10 @@ struct SettingsModel {
     std::vector<std::pair<std::string, Entries>> sections;
 };
 
-/// The lines of a text, without their ends.
+/// The lines of a text, without their ends and without a byte order mark.
 inline std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
-    std::istringstream in(text);
+    std::istringstream in(text.starts_with(kMark) ? text.substr(3) : text);
     for (std::string line; std::getline(in, line); lines.push_back(line))
         if (line.ends_with('\r')) line.pop_back();
     return lines;
@@ -127,9 +129,10 @@ inline long linesChanged(const std::string& text, const std::string& other) {
     return end.base() - from;
 }
 
-/// Whether all lines of `part` are lines of a text, in that order.
+/// Whether all lines of `part` are lines of a text, in that order; an empty one may come first.
 inline bool hasLines(const std::string& text, const std::string& part) {
-    const std::vector<std::string> lines = linesOf(text);
+    std::vector<std::string> lines = linesOf(text);
+    lines.insert(lines.begin(), "");
     auto next = lines.begin();
     for (const std::string& line : linesOf(part)) {
         next = std::find(next, lines.end(), line);
