@@ -241,7 +241,8 @@ TEST(Settings, SavingSaysWhetherTheFileHoldsIt) {
     EXPECT_TRUE(settings.save(L"out"));
     EXPECT_EQ(files.get(L"out"), settings.text());
     EXPECT_TRUE(Settings().save(L"empty"));
-    for (bool* failure : {&files.refuseToOpen, &files.writeNothing, &files.readNothing}) {
+    for (bool* failure :
+         {&files.refuseToOpen, &files.writeNothing, &files.readNothing, &files.damageWrites}) {
         *failure = true;
         EXPECT_FALSE(settings.save(L"out"));
         *failure = false;

@@ -123,7 +123,9 @@ struct MemoryFiles : iFileServices {
             const Unledgered unledgered;
             files.calls += ", write " + std::to_string(bytes);
             if (files.writeNothing) return 0;
-            return content.append(static_cast<const char*>(data), bytes), bytes;
+            content.append(static_cast<const char*>(data), bytes);
+            if (files.damageWrites) content.back() ^= 1;
+            return bytes;
         }
         std::uint64_t size() override {
             const Unledgered unledgered;
@@ -157,7 +159,7 @@ struct MemoryFiles : iFileServices {
     }
 
     std::string calls;  ///< ", open a.ini 0 0 1 0, size, read 12"
-    bool refuseToOpen = false, readNothing = false, writeNothing = false;
+    bool refuseToOpen = false, readNothing = false, writeNothing = false, damageWrites = false;
     std::uint64_t reportedSize = 0;  ///< In place of the true one; 0 for none.
     std::map<WString, std::string> contents;
     Override<iFileServices> installation{this};
