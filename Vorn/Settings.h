@@ -38,7 +38,7 @@ struct VORN_EXPORT Digits {
     explicit Digits(double value) noexcept;
     std::string_view view() const { return {text, size}; }
 
-    char text[32];
+    char text[32] = {};
     std::size_t size;
 };
 
