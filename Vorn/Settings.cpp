@@ -736,8 +736,8 @@ std::size_t Settings::size() const noexcept {
 }
 
 void Settings::copyTo(char* buffer) const noexcept {
-    if (model)
-        model->forEachPiece([&](View piece) { buffer = std::ranges::copy(piece, buffer).out; });
+    char* end = buffer;
+    if (model) model->forEachPiece([&](View piece) { end += piece.copy(end, piece.size()); });
 }
 
 std::optional<View> Settings::find(Text section, Text key) const noexcept {

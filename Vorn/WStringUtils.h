@@ -30,7 +30,8 @@ inline WString WStringFromPath(const std::filesystem::path& path) {
     return WStringFromUTF8(path.c_str());
 }
 inline std::filesystem::path pathFromWString(const WString& text) {
-    return UTF8FromWString(text).c_str();
+    const UTF8String utf8 = UTF8FromWString(text);
+    return std::filesystem::path(utf8.begin(), utf8.end());
 }
 
 /// The number at the start of `text`, after white space; what follows it is ignored.

@@ -66,8 +66,10 @@ TEST(StandardVector, WorksWithAlgorithmsAndViews) {
     std::ranges::sort(numbers);
     EXPECT_EQ(numbers, (Vector<int>{1, 2, 3}));
     EXPECT_NE(numbers, (Vector<int>{1, 2}));
-    std::ranges::copy(std::span(numbers), std::back_inserter(numbers));
+    const int more[] = {1, 2, 3};
+    std::ranges::copy(more, std::back_inserter(numbers));
     EXPECT_EQ(std::accumulate(numbers.begin(), numbers.end(), 0), 12);
+    EXPECT_EQ(std::span(numbers).subspan(3)[1], 2);
     EXPECT_EQ(numbers.front(), 1);
     EXPECT_EQ(numbers.back(), 3);
     EXPECT_EQ(numbers.data(), numbers.begin());
