@@ -13,6 +13,7 @@
 #include <memory>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "Vorn/CriticalSection.h"
 #include "Vorn/VornNamedObjects.h"
@@ -99,8 +100,8 @@ void buildWithoutHandler() {
     new Logger("older");
     handlersRefused = true;
     const bool reached = std::atexit([] {}) != 0;  // A sanitizer takes what is registered itself.
-    [[maybe_unused]] static Logger* unreported = nullptr;
-    if (reached) unreported = new Logger("without handler");
+    static auto& unreported = *new std::vector<Logger*>;  // Kept, so that it is no leak.
+    if (reached) unreported.push_back(new Logger("without handler"));
     handlersRefused = false;
 }
 
