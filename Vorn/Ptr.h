@@ -180,10 +180,14 @@ struct TemplatedNew {
 }  // namespace TypeManip
 }  // namespace Vorn
 
+namespace std {
+
 /// That of the object's address.
 template <class T, class Dtor, class RefCountTraits>
-struct std::hash<Vorn::Ptr<T, Dtor, RefCountTraits>> {
+struct hash<Vorn::Ptr<T, Dtor, RefCountTraits>> {
     std::size_t operator()(const Vorn::Ptr<T, Dtor, RefCountTraits>& handle) const noexcept {
         return std::hash<T*>()(handle.get());
     }
 };
+
+}  // namespace std

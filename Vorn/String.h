@@ -211,9 +211,11 @@ VORN_EXPORT String operator+(const String& a, const String& b);
 VORN_EXPORT String operator+(const String& a, const char* b);
 VORN_EXPORT String operator+(const char* a, const String& b);
 
+namespace std {
+
 /// Equal for strings that `==` calls equal.
 template <>
-struct std::hash<String> {
+struct hash<String> {
     std::size_t operator()(const String& s) const noexcept {
         const std::string_view text = s.isEmpty() ? "" : static_cast<const char*>(s);
         return std::hash<std::string_view>()(text);
@@ -222,6 +224,8 @@ struct std::hash<String> {
 
 /// The order of `compare`, in which all different texts are different: that of maps and sets.
 template <>
-struct std::less<String> {
+struct less<String> {
     bool operator()(const String& a, const String& b) const noexcept { return a.compare(b) < 0; }
 };
+
+}  // namespace std

@@ -14,16 +14,20 @@ using WString = std::basic_string<wchar_t, std::char_traits<wchar_t>, StdAllocat
 /// UTF-8 text as the text services return it.
 using UTF8String = std::basic_string<char, std::char_traits<char>, StdAllocator<char>>;
 
+namespace std {
+
 template <>
-struct std::hash<WString> {
+struct hash<WString> {
     std::size_t operator()(const WString& text) const noexcept {
         return std::hash<std::wstring_view>()(text);
     }
 };
 
 template <>
-struct std::hash<UTF8String> {
+struct hash<UTF8String> {
     std::size_t operator()(const UTF8String& text) const noexcept {
         return std::hash<std::string_view>()(text);
     }
 };
+
+}  // namespace std
