@@ -1,7 +1,6 @@
 #include "Vorn/CriticalSection.h"
 
 #include <cstddef>
-#include <memory>
 
 #include "platform/OS.h"
 #include "platform/iThreadServices.h"
@@ -32,9 +31,7 @@ CriticalSection::CriticalSection(unsigned int value) {
 CriticalSection::~CriticalSection() = default;
 
 void CriticalSection::init(unsigned int value) {
-    auto made = std::make_unique<Rep>(value);
-    const Vorn::Ptr<Rep> fresh(made.get());
-    static_cast<void>(made.release());
+    const auto fresh = Vorn::makePtr<Rep>(value);
     rep = fresh;
 }
 

@@ -215,7 +215,7 @@ private:
             value = T(text.data(), static_cast<unsigned>(text.size()));
             return true;
         } else if constexpr (std::is_same_v<T, WString>) {
-            value = WStringFromUTF8(std::string(text).c_str());
+            value = WStringFromView(text);
             return true;
         } else if constexpr (IsList<T>::value) {
             for (bool more = !text.empty(); more; more = text.data()) {

@@ -5,13 +5,13 @@
 #include <dlfcn.h>
 
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Vorn/Vorn.h"
+#include "tests/hosts/blocks_and_texts.h"
 
 namespace {
 
@@ -97,30 +97,6 @@ const char* allocator() {
         reinterpret_cast<bool (*)(const void*)>(dlsym(mimalloc, "mi_is_in_heap_region"));
     const WString text(100, L'x');
     return recognises(text.data()) ? "mimalloc" : "libc";
-}
-
-void* makesBlock(std::size_t bytes) {
-    return new char[bytes]();
-}
-
-void freesBlock(void* block) {
-    delete[] static_cast<char*>(block);
-}
-
-void* makesText() {
-    return new std::string(100, 'm');
-}
-
-const char* growsText(void* text) {
-    auto& string = *static_cast<std::string*>(text);
-    const std::size_t before = string.size();
-    std::istringstream input(std::string(before + kLineBytes, 'g'));
-    std::getline(input, string);
-    return string.size() == before + kLineBytes ? nullptr : "the text did not grow";
-}
-
-void freesText(void* text) {
-    delete static_cast<std::string*>(text);
 }
 
 const char* leavesMuchAlive() {

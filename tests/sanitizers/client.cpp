@@ -88,16 +88,9 @@ int countsUnderNamedLock(const std::string&) {
     });
 }
 
-struct Lockable {
-    void lock() { section.enter(); }
-    bool try_lock() { return section.attemptEntry() == 0; }
-    void unlock() { section.leave(); }
-    CriticalSection section;
-};
-
 int countsUnderScopedLock(const std::string&) {
-    Lockable first;
-    Lockable second;
+    CriticalSection first;
+    CriticalSection second;
     return countsUnder([&](auto step) {
         const std::scoped_lock both(first, second);
         step();
