@@ -7,6 +7,10 @@
 #include <dlfcn.h>
 #include <link.h>
 #endif
+#ifdef __linux__
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 #include <cstdint>
 #include <cstdlib>
@@ -76,21 +80,41 @@ bool operatorsAreOurs() noexcept {
            isLinkedToProgram(library);
 }
 
-const Allocator& choose() noexcept {
+#endif
+
+#if defined(VORN_ALLOCATOR_AUTO) || defined(VORN_ALLOCATOR_MIMALLOC)
+bool isZero([[maybe_unused]] const char* file) noexcept {
+    char digit = 0;
+#ifdef __linux__
+    const int descriptor = ::open(file, O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    if (::read(descriptor, &digit, 1) != 1) digit = 0;
+    ::close(descriptor);
+#endif
+    return digit == '0';
+}
+
+// With its memory in pages of 2 MB, the first use of much memory costs a fraction. A small process
+// becomes 2 MB larger. Where the system keeps a pool of such pages, mimalloc would draw on that,
+// and a forked child that finds the pool empty when it writes is ended; so not there.
+const Allocator& mimallocInLargePages() noexcept {
     static constexpr Allocator mimalloc{mi_malloc, mi_free};
-    static constexpr Allocator cLibrary{std::malloc, std::free};
-    return operatorsAreOurs() ? mimalloc : cLibrary;
+    if (isZero("/proc/sys/vm/nr_hugepages") && isZero("/proc/sys/vm/nr_overcommit_hugepages"))
+        mi_option_set_enabled_default(mi_option_large_os_pages, true);
+    return mimalloc;
 }
-#else
+#endif
+
 const Allocator& choose() noexcept {
-#ifdef VORN_ALLOCATOR_MIMALLOC
-    static constexpr Allocator only{mi_malloc, mi_free};
+    [[maybe_unused]] static constexpr Allocator cLibrary{std::malloc, std::free};
+#ifdef VORN_ALLOCATOR_AUTO
+    return operatorsAreOurs() ? mimallocInLargePages() : cLibrary;
+#elif defined(VORN_ALLOCATOR_MIMALLOC)
+    return mimallocInLargePages();
 #else
-    static constexpr Allocator only{std::malloc, std::free};
+    return cLibrary;
 #endif
-    return only;
 }
-#endif
 
 const Allocator& settle() noexcept;
 
