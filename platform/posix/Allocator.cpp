@@ -9,6 +9,7 @@
 #endif
 #ifdef __linux__
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 #endif
 
@@ -94,11 +95,27 @@ bool isZero([[maybe_unused]] const char* file) noexcept {
     return digit == '0';
 }
 
-// With its memory in pages of 2 MB, the first use of much memory costs a fraction. A small process
+constexpr std::size_t kLargePage = std::size_t{1} << 21;
+
+// mimalloc maps such blocks one by one, and asks for large pages only if the size happens to fit.
+constexpr std::size_t kMapped = std::size_t{1} << 24;
+
+void* allocateInLargePages(std::size_t bytes) {
+    void* const block = mi_malloc(bytes);
+#ifdef __linux__
+    if (bytes >= kMapped && block && mi_option_is_enabled(mi_option_large_os_pages)) {
+        const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % kLargePage;
+        ::madvise(static_cast<char*>(block) - before, before + bytes, MADV_HUGEPAGE);
+    }
+#endif
+    return block;
+}
+
+// With memory in pages of 2 MB, the first use of much of it costs a fraction. A small process
 // becomes 2 MB larger. Where the system keeps a pool of such pages, mimalloc would draw on that,
 // and a forked child that finds the pool empty when it writes is ended; so not there.
 const Allocator& mimallocInLargePages() noexcept {
-    static constexpr Allocator mimalloc{mi_malloc, mi_free};
+    static constexpr Allocator mimalloc{allocateInLargePages, mi_free};
     if (isZero("/proc/sys/vm/nr_hugepages") && isZero("/proc/sys/vm/nr_overcommit_hugepages"))
         mi_option_set_enabled_default(mi_option_large_os_pages, true);
     return mimalloc;
