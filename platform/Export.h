@@ -3,6 +3,11 @@
 
 #if __cplusplus < 202002L
 #error "Vorn needs C++20: compile with -std=c++20 or later"
+#include <C++20>  // There is none: this ends the compilation before errors that only confuse.
+#endif
+
+#ifdef _GLIBCXX_DEBUG
+#error "Vorn works with _GLIBCXX_ASSERTIONS, not with _GLIBCXX_DEBUG, which changes std::vector and std::map"
 #endif
 
 /// Puts a declaration into the binary interface of the library that defines it. Both libraries are

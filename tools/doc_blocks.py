@@ -3,7 +3,8 @@
 
 doc_blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
 doc_blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the console blocks show, each command
-    after "$ ". A block with a file's name is written, or compared where the file is there."""
+    after "$ ". A block with a file's name is written, or compared where the file is there.
+doc_blocks.py compare ROOT DOCUMENT: of the blocks with a file's name each is that file below ROOT."""
 import os
 import pathlib
 import re
@@ -32,6 +33,12 @@ def expect(what, expected, found):
         sys.exit(f"{what}:\n{found}\nThe document shows:\n{expected}")
 
 
+def compare(root, document):
+    for _, name, text in blocks(document):
+        if name:
+            expect(name, text, pathlib.Path(root, name).read_text(encoding="utf-8"))
+
+
 def follow(folder, tools, document):
     shutil.rmtree(folder, ignore_errors=True)
     os.makedirs(folder)
@@ -49,4 +56,6 @@ def follow(folder, tools, document):
             path.write_text(text, encoding="utf-8")
 
 
-{"sources": sources, "follow": follow}[sys.argv[1]](*sys.argv[2:])
+if sys.argv[1:] == ["--help"]:
+    sys.exit(print(__doc__))
+{"sources": sources, "follow": follow, "compare": compare}[sys.argv[1]](*sys.argv[2:])

@@ -54,4 +54,4 @@ def main():
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(print(__doc__) if sys.argv[1:] == ["--help"] else main())

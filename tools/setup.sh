@@ -1,19 +1,30 @@
-# Brings what building needs; sourced by the front-door commands, which run in the repository root.
-# Packages come from apt where it is there and we may use it. What cannot be had is left to the
-# configure step, which says what it does without.
+# Brings what building needs; sourced by the front-door commands before they go to the repository's
+# root. Packages come from apt where it is there and we may use it; otherwise the command for them is
+# shown. What cannot be had is left to the configure step, which says what it does without.
+
+# --help shows the comment that a command begins with.
+if [ "${1:-}" = --help ]; then
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    exit
+fi
 
 missing_packages() {
     for package in "$@"; do
         dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q 'ok installed' ||
-            printf '%s ' "$package"
-    done
+            printf '%s\n' "$package"
+    done | sort -u | paste -sd ' '
 }
 
-# install PACKAGE...: installs those that are not there yet.
+# install PACKAGE...: installs those that are not there yet. Who may not is shown one line for all that
+# building and testing need.
 install() {
-    command -v apt-get >/dev/null && [ "$(id -u)" = 0 ] || return 0
+    command -v apt-get >/dev/null || return 0
     missing=$(missing_packages "$@")
     [ -n "$missing" ] || return 0
+    if [ "$(id -u)" != 0 ]; then
+        echo "Not installed: apt-get install $(missing_packages $build_packages $test_packages "$@")"
+        return 0
+    fi
     echo "Installing $missing"
     mkdir -p build
     {
@@ -43,6 +54,12 @@ fetch_loki() {
 build() {
     build_folder=build/$1
     shift
+    for command in cmake ninja; do
+        command -v $command >/dev/null || {
+            echo "$command is needed, and not installed" >&2
+            return 1
+        }
+    done
     mkdir -p "$build_folder"
     if ! {
         cmake -S . -B "$build_folder" -G Ninja \
@@ -53,13 +70,14 @@ build() {
         echo "The build failed; see $build_folder/build.log"
         return 1
     fi
-    grep -E '^-- .*(mimalloc|Loki|CLI11)' "$build_folder/build.log" || true
+    grep -E '^-- .*(mimalloc|Loki|CLI11|GoogleTest|Google Benchmark)' "$build_folder/build.log" || true
 }
 
 # run_tests FOLDER CMAKE-OPTION...: builds and runs all tests.
 run_tests() {
     tests_folder=$1
     build "$@" || return 1
+    if grep -q '^-- GoogleTest not found' "build/$tests_folder/build.log"; then return 1; fi
     ctest --test-dir "build/$tests_folder" --output-on-failure -j "$(getconf _NPROCESSORS_ONLN)"
 }
 

@@ -1,8 +1,6 @@
 // Keeps how often it was started in a configuration file of its own.
 //
 // Usage: consumer FILE.ini
-//
-// With pkg-config: g++ -std=c++20 main.cpp $(pkg-config --cflags --libs vorn)
 
 #include <cstdio>
 #include <exception>
