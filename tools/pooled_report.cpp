@@ -1,14 +1,21 @@
-// Shows what "PooledObjects.log" says about the pools of objects: the figures of its last block as
-// a table, and on a page how they developed over all of its blocks.
+// Shows what "PooledObjects.log" says about the pools of objects: the figures of each block and how
+// large to make the pools, as tables, and on a page how the figures developed.
 //
-// Usage: pooled-report FILE [--html OUT]
+// Usage: pooled-report [FILE] [--last] [--html OUT | --follow]
 //
 // The exit code is 1 if FILE is no report or OUT cannot be written, and 2 for wrong usage.
+
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -16,19 +23,27 @@
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "Vorn/PathsLite.h"
 #include "Vorn/WString.h"
 #include "Vorn/WStringUtils.h"
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Line {
+    bool operator==(const Line&) const = default;
+
     WString pool;
     double maxInUse = 0;
     double peak = 0;  // Allocations a second.
@@ -38,6 +53,8 @@ struct Line {
 
 // What one process reported.
 struct Block {
+    bool operator==(const Block&) const = default;
+
     std::string date;
     std::vector<Line> lines;
 };
@@ -47,25 +64,27 @@ using Trend = std::map<std::size_t, Line>;  // A pool's figures by the number of
 
 // Translucent greys suit both the light and the dark scheme.
 constexpr char kPageStart[] = R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"/><title>Pool report</title><style>
+<html lang="en"><head><meta charset="utf-8"/><meta name="viewport" content="width=device-width"/>
+<title>Pool report</title><style>
 :root { color-scheme: light dark; font: 15px/1.5 system-ui, sans-serif; }
 body { max-width: 76rem; margin: 2rem auto; padding: 0 1.5rem; overflow-wrap: anywhere; }
-p, thead, .axis, .older { opacity: .7; }
-table { width: 100%; min-width: 50rem; border-collapse: collapse; table-layout: fixed; }
-th, td { padding: .7rem .5rem; border-bottom: 1px solid #8885; text-align: left; }
-.name { width: 22%; } .number { width: 7rem; }
-.number, .axis { text-align: right; font-variant-numeric: tabular-nums; }
-.chart { display: flex; height: 3.5rem; gap: .4rem; }
-.axis { display: grid; align-content: space-between; min-width: 5rem; font-size: .75rem; }
-.plot { flex: 1; min-width: 0; border: solid #8885; border-width: 1px 0; }
-svg { display: block; height: 100%; margin-left: auto; }
+article { display: grid; grid-template-columns: 2fr 5rem 3fr 3fr; gap: 1rem 1.5rem;
+  padding: 1rem 0; border-top: 1px solid #8885; }
+h2 { font-size: 1rem; margin: 0; } figure { margin: 0; } article p { margin: 0; }
+header p, .axis, .dates, .older b { opacity: .7; }
+b { font-variant-numeric: tabular-nums; } p b { display: block; font-size: 1.6rem; line-height: 1; }
+.chart { display: grid; gap: 0 .4rem; font-size: .75rem;
+  grid: 3.5rem auto / 4.5rem minmax(0, max(12rem, var(--blocks) * 14px)); }
+.axis { display: grid; align-content: space-between; text-align: right; }
+.dates { grid-column: 2; display: flex; justify-content: space-between; }
+svg { width: 100%; height: 100%; box-shadow: 0 1px #8885, 0 -1px #8885; }
 path { fill: #8882; } rect { fill: #4b8acb; }
 g:not(.last, :hover) rect { opacity: .55; }
-</style></head><body><h1>Pool report</h1>)";
-constexpr char kTableStart[] = R"(
-<br/>One bar a block, the last block's dark; pale numbers are from earlier blocks.</p>
-<table><thead><tr><th class="name">Pool</th><th>maxInUse</th><th class="number">newest</th>
-<th>Peak demand [allocs/s]</th><th class="number">newest</th></tr></thead><tbody>
+@media (max-width: 60rem) {
+  body { margin: 1rem auto; padding: 0 1rem; } article { grid-template-columns: 1fr auto; }
+  figure { grid-column: 1 / -1; }
+}
+</style></head><body><header><h1>Pool report</h1>
 )";
 
 // The decimal mark is that of the locale which the reporting process ran in. Repetitions are
@@ -120,6 +139,10 @@ Report parse(std::istream& in) {
 
 Report load(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
+    const fs::path folder = fs::path(file).parent_path();
+    if (!in.is_open() && !folder.empty() && !fs::exists(folder))
+        fail(folder, "no such folder; nobody reports until somebody makes it (mkdir -p)");
+    if (!in.is_open()) fail(file);
     if (in.peek(); in.eof()) fail(file, "is empty");
     Report report = parse(in);
     if (!in.eof()) fail(file);
@@ -127,52 +150,16 @@ Report load(const std::string& file) {
     return report;
 }
 
-UTF8String escaped(const WString& text) {
-    WString result = Vorn::substitute(text, L"&", L"&amp;");
-    result = Vorn::substitute(result, L"<", L"&lt;");
-    return Vorn::UTF8FromWString(Vorn::substitute(result, L">", L"&gt;"));
+// A folder stands for the report in it, or where the library puts it below; nothing for the user's.
+std::string findReport(const std::string& given) {
+    if (!given.empty() && !fs::is_directory(given)) return given;
+    fs::path folder = given;
+    if (given.empty()) folder = Vorn::pathFromWString(Vorn::PathsLite::getSystemLogsPath());
+    if (fs::is_directory(folder / "Vornhold" / "Logs")) folder = folder / "Vornhold" / "Logs";
+    return folder / "PooledObjects.log";
 }
 
-void printTable(const Block& block) {
-    WString heading = L"pool";
-    for (const Line& line : block.lines)
-        heading.resize(std::max(heading.size(), line.pool.size()), L' ');
-    std::cout << std::fixed << block.date << "\n\n";
-    std::cout << Vorn::UTF8FromWString(heading)
-              << "    maxInUse   peak allocs/s         at [ms]  date\n";
-    for (const Line& line : block.lines) {
-        const WString padding(heading.size() - line.pool.size(), L' ');
-        std::cout << Vorn::UTF8FromWString(line.pool + padding) << std::setw(12)
-                  << std::setprecision(0) << line.maxInUse << std::setw(16) << std::setprecision(2)
-                  << line.peak;
-        if (line.peakAt != "0.00")
-            std::cout << std::setw(16) << line.peakAt << "  " << line.peakDate;
-        std::cout << '\n';
-    }
-}
-
-// A bar is as high as its value. Every block has its place, also where it misses the pool.
-void writeChart(std::ostream& out, const Report& report, const Trend& trend, double Line::*figure,
-                int decimals) {
-    double top = 1;
-    for (const auto& [block, line] : trend) top = std::max(top, line.*figure);
-    const auto& [newest, newestLine] = *trend.rbegin();
-    out << std::setprecision(decimals) << "<td><div class=\"chart\"><div class=\"axis\"><span>"
-        << top << "</span><span>0</span></div><div class=\"plot\"><svg viewBox=\"0 0 "
-        << 10 * report.size() << ' ' << top << "\" preserveAspectRatio=\"none\""
-        << " style=\"width:min(100%," << 14 * report.size() << "px)\">\n";
-    for (const auto& [block, line] : trend)
-        out << (block + 1 == report.size() ? "<g class=\"last\">" : "<g>") << "<title>"
-            << report[block].date << ": " << line.*figure << "</title><path d=\"M" << 10 * block + 1
-            << " 0h8v" << top << "h-8z\"/><rect x=\"" << 10 * block + 1 << "\" y=\""
-            << top - line.*figure << "\" width=\"8\" height=\"" << line.*figure << "\"/></g>\n";
-    out << "</svg></div></div></td><td class=\"number"
-        << (newest + 1 == report.size() ? "\">" : " older\">") << newestLine.*figure << "</td>\n";
-}
-
-void writePage(const std::string& page, const Report& report, const std::string& file) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(file, page, ignored)) fail(page, "is the report itself");
+std::map<WString, Trend> trendsOf(const Report& report) {
     std::map<WString, Trend> trends;
     for (std::size_t i = 0; i < report.size(); ++i) {
         for (const Line& line : report[i].lines) {
@@ -181,6 +168,97 @@ void writePage(const std::string& page, const Report& report, const std::string&
             highest.peak = std::max(highest.peak, line.peak);
         }
     }
+    return trends;
+}
+
+double highest(const Trend& trend, double Line::*figure) {
+    double result = 0;
+    for (const auto& [block, line] : trend) result = std::max(result, line.*figure);
+    return result;
+}
+
+// How large to make a pool: as large as it ever had to be, and a quarter more.
+double advisedSize(const Trend& trend) {
+    return std::ceil(highest(trend, &Line::maxInUse) * 1.25);
+}
+
+UTF8String escaped(const WString& text) {
+    WString result = Vorn::substitute(text, L"&", L"&amp;");
+    result = Vorn::substitute(result, L"<", L"&lt;");
+    return Vorn::UTF8FromWString(Vorn::substitute(result, L">", L"&gt;"));
+}
+
+class Tables {
+public:
+    Tables(std::ostream& stream, const Report& shownReport) : out(stream), report(shownReport) {
+        for (const Block& block : report)
+            for (const Line& line : block.lines) width = std::max(width, line.pool.size());
+        out << std::fixed;
+    }
+
+    void printBlock(const Block& block) const {
+        out << block.date << "\n\n"
+            << padded(L"pool") << "    maxInUse   peak allocs/s         at [ms]  date\n";
+        for (const Line& line : block.lines) {
+            printFigures(line.pool, line.maxInUse, line.peak);
+            if (line.peakAt != "0.00") out << std::setw(16) << line.peakAt << "  " << line.peakDate;
+            out << '\n';
+        }
+        out << '\n';
+    }
+
+    void printAdvice() const {
+        out << "How large to make the pools, by the highest figures of " << report.size()
+            << (report.size() == 1 ? " block\n\n" : " blocks\n\n") << padded(L"pool")
+            << "    maxInUse   peak allocs/s         make it\n";
+        for (const auto& [pool, trend] : trendsOf(report)) {
+            printFigures(pool, highest(trend, &Line::maxInUse), highest(trend, &Line::peak));
+            out << std::setw(16) << std::setprecision(0) << advisedSize(trend) << '\n';
+        }
+    }
+
+private:
+    UTF8String padded(WString name) const {
+        name.resize(width, L' ');
+        return Vorn::UTF8FromWString(name);
+    }
+    void printFigures(const WString& pool, double maxInUse, double peak) const {
+        out << padded(pool) << std::setw(12) << std::setprecision(0) << maxInUse << std::setw(16)
+            << std::setprecision(2) << peak;
+    }
+
+    std::ostream& out;
+    const Report& report;
+    std::size_t width = 4;
+};
+
+// A bar is as high as its value. Every block has its place, also where it misses the pool.
+void writeChart(std::ostream& out, const Report& report, const Trend& trend, double Line::*figure,
+                const char* caption, int decimals) {
+    const double top = std::max(1.0, highest(trend, figure));
+    const auto& [newest, newestLine] = *trend.rbegin();
+    out << std::setprecision(decimals) << "<figure"
+        << (newest + 1 == report.size() ? "" : " class=\"older\"") << "><figcaption>" << caption
+        << " <b>" << newestLine.*figure
+        << "</b></figcaption>\n<div class=\"chart\" style=\"--blocks:" << report.size()
+        << "\"><div class=\"axis\"><span>" << top
+        << "</span><span>0</span></div><svg viewBox=\"0 0 " << 10 * report.size() << ' ' << top
+        << "\" preserveAspectRatio=\"none\">\n";
+    for (const auto& [block, line] : trend)
+        out << (block + 1 == report.size() ? "<g class=\"last\">" : "<g>") << "<title>"
+            << report[block].date << ": " << line.*figure << "</title><path d=\"M" << 10 * block + 1
+            << " 0h8v" << top << "h-8z\"/><rect x=\"" << 10 * block + 1 << "\" y=\""
+            << top - line.*figure << "\" width=\"8\" height=\"" << line.*figure << "\"/></g>\n";
+    const auto day = [](const Block& block) { return block.date.substr(4, 12); };
+    out << "</svg><div class=\"dates\"><span>" << day(report.front()) << "</span>";
+    if (report.size() > 1) out << "<span>" << day(report.back()) << "</span>";
+    out << "</div></div></figure>\n";
+}
+
+void writePage(const std::string& page, const Report& report, const std::string& file) {
+    std::error_code ignored;
+    if (fs::equivalent(file, page, ignored)) fail(page, "is the report itself");
+    const std::map<WString, Trend> trends = trendsOf(report);
     std::vector<std::pair<WString, Trend>> pools(trends.begin(), trends.end());
     const auto newest = [](const auto& pool) { return pool.second.rbegin()->second.maxInUse; };
     std::ranges::stable_sort(pools, std::greater(), newest);
@@ -188,32 +266,121 @@ void writePage(const std::string& page, const Report& report, const std::string&
     std::ofstream out(page, std::ios::binary);
     out << std::fixed << kPageStart << "<p>" << escaped(shown(file))
         << "<br/>Blocks: " << report.size() << ", from " << report.front().date << " to "
-        << report.back().date << kTableStart;
+        << report.back().date
+        << "<br/>One bar a block, the last block's in full colour; the figure above "
+        << "is the newest, pale if it is from an earlier block.<br/>“Make it” is the highest "
+        << "maxInUse and a quarter more.</p></header>\n";
     for (const auto& [name, trend] : pools) {
-        out << "<tr><th scope=\"row\">" << escaped(name) << "</th>\n";
-        writeChart(out, report, trend, &Line::maxInUse, 0);
-        writeChart(out, report, trend, &Line::peak, 2);
-        out << "</tr>\n";
+        out << std::setprecision(0) << "<article><h2>" << escaped(name) << "</h2><p>make it <b>"
+            << advisedSize(trend) << "</b></p>\n";
+        writeChart(out, report, trend, &Line::maxInUse, "maxInUse", 0);
+        writeChart(out, report, trend, &Line::peak, "Peak demand, allocs/s", 2);
+        out << "</article>\n";
     }
-    out << "</tbody></table></body></html>\n" << std::flush;
+    out << "</body></html>\n" << std::flush;
     if (!out) fail(page);
+}
+
+volatile std::sig_atomic_t mustStop = 0;
+
+// The second screen of a terminal; the first one comes back with all that it showed.
+class Screen {
+public:
+    Screen() { std::cout << "\033[?1049h\033[?25l\033[?7l"; }
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+    ~Screen() { std::cout << "\033[?7h\033[?25h\033[?1049l" << std::flush; }
+
+    static unsigned rows() {
+        winsize size{};
+        const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1;
+        return known ? size.ws_row : 24U;
+    }
+    // As much of the text as there is room for, in place of what was there.
+    static void draw(const std::string& text) {
+        std::istringstream lines(text);
+        std::cout << "\033[H";
+        std::string line;
+        for (unsigned left = rows() - 1; left > 0 && std::getline(lines, line); --left)
+            std::cout << line << "\033[K\n";
+        std::cout << (std::getline(lines, line) ? "… " : "") << "Ctrl-C ends this view\033[J";
+    }
+};
+
+// Another one whenever the file is, or the terminal has another size.
+std::string stateOf(const std::string& file) {
+    std::error_code ignored;
+    std::ostringstream state;
+    state << fs::file_size(file, ignored) << ' '
+          << fs::last_write_time(file, ignored).time_since_epoch().count() << ' ' << Screen::rows();
+    return state.str();
+}
+
+// Looks at the file again and again until a signal comes. A terminal shows the last block and the
+// advice, anything else gets the blocks that are new or have grown.
+void follow(const std::string& file, bool lastOnly) {
+    for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { mustStop = 1; });
+    std::optional<Screen> screen;
+    if (::isatty(STDOUT_FILENO) != 0) screen.emplace();
+    Report before;
+    for (std::string seen; mustStop == 0;
+         std::this_thread::sleep_for(std::chrono::milliseconds(200))) {
+        const std::string state = stateOf(file);
+        if (state == std::exchange(seen, state)) continue;
+        std::ostringstream text;
+        try {
+            const Report report = load(file);
+            const Tables tables(text, report);
+            auto first = std::ranges::mismatch(report, before).in1;
+            if (screen || (lastOnly && before.empty())) first = report.end() - 1;
+            std::for_each(first, report.end(),
+                          [&](const Block& block) { tables.printBlock(block); });
+            if (screen) tables.printAdvice();
+            before = report;
+        } catch (const std::runtime_error& failure) {
+            (screen ? text : std::cerr) << "pooled-report: " << failure.what() << '\n';
+        }
+        if (screen)
+            Screen::draw(text.str());
+        else
+            std::cout << text.str();
+        if (!std::cout.flush()) fail("standard output");
+    }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) try {
     CLI::App app("Shows what a pool report says about pools of objects.", "pooled-report");
-    std::string file;
+    std::string given;
     std::string page;
-    app.add_option("FILE", file, "The report, PooledObjects.log")->required();
-    const auto* const html = app.add_option("--html", page, "Also write a page with charts");
+    bool lastOnly = false;
+    bool follows = false;
+    app.add_option("FILE", given,
+                   "The report, or its folder; without it, the PooledObjects.log that programs of "
+                   "this user write");
+    app.add_flag("--last", lastOnly, "Only the last block");
+    auto* const html = app.add_option("--html", page, "Also write a page with charts");
+    app.add_flag("--follow", follows, "Show what is reported from now on too, until Ctrl-C")
+        ->excludes(html);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& stop) {
         return app.exit(stop) == 0 ? 0 : 2;
     }
+    const std::string file = findReport(given);
+    if (follows) {
+        follow(file, lastOnly);
+        return 0;
+    }
     const Report report = load(file);
-    printTable(report.back());
+    const Tables tables(std::cout, report);
+    if (lastOnly) {
+        tables.printBlock(report.back());
+    } else {
+        for (const Block& block : report) tables.printBlock(block);
+        tables.printAdvice();
+    }
     if (!std::cout.flush()) fail("standard output");
     if (html->count() > 0) writePage(page, report, file);
     return 0;

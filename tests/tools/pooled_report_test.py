@@ -1,6 +1,10 @@
 # Tests of the pool report tool. Usage: pooled_report_test.py POOLED-REPORT
+import contextlib
+import os
 import pathlib
+import pty
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -11,13 +15,15 @@ TOOL = sys.argv.pop(1)
 BROWSER = shutil.which("chromium") or shutil.which("chromium-browser")
 FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync
     --disable-background-networking --disable-component-update --dump-dom""".split()
-# The page holds no script, so one around it tells what the browser made of it: how many scripts,
-# and how high a bar stands in its chart, as the mean of its height and its upper edge.
-PROBE = """<body><iframe width="1200" srcdoc="%s" onload="
+# The page holds no script, so one around it tells what the browser made of it: how many scripts, how
+# far it is too wide, and how high a bar stands in its chart, as the mean of its height and its upper edge.
+PROBE = """<body><iframe width="%d" srcdoc="%s" onload="
     const page = contentDocument, box = part => part.getBoundingClientRect();
     const high = (bar, c) => (bar.width > 5) * (bar.height + c.bottom - bar.top) / c.height / 2;
     const bars = [...page.querySelectorAll('rect')].map(x => high(box(x), box(x.closest('svg'))));
-    document.body.textContent = [page.scripts.length, ...bars].join(' ')"></iframe>"""
+    const wide = page.documentElement;
+    document.body.textContent = [page.scripts.length, wide.scrollWidth - wide.clientWidth, ...bars].join(' ')
+    "></iframe>"""
 
 DATES = [f"Thu Jan {day:2} 08:05:03 2026" for day in (1, 2, 3)]
 FRAMES = "Größe: <script> & 'x': maxInUse 1 Peak Demand 2.00 allocs/sec @ 3.00 " + DATES[0]
@@ -45,29 +51,74 @@ class PooledReportTest(unittest.TestCase):
         self.report.write_text("".join(map(block, DATES, BLOCKS)), "utf-8")
         self.table = run(TOOL, self.report, "--html", self.page).stdout
 
-    def test_shows_the_last_block(self):
+    def test_shows_all_blocks_or_the_last_and_how_large_to_make_the_pools(self):
         lines = self.table.splitlines()
+        self.assertEqual([line for line in lines if line in DATES], DATES)
+        self.assertEqual([line.split()[-1] for line in lines[-2:]], ["20", "8"])
+        self.report.rename(self.folder / "PooledObjects.log")
+        lines = run(TOOL, self.folder, "--last").stdout.splitlines()
         self.assertEqual(lines[0], DATES[-1])
         self.assertEqual(lines[3].split(), ["Two↵lines", "3", "5.00", "0.62", *DATES[-1].split()])
-        self.assertEqual(lines[4].replace(FRAMES, "").split()[:3], ["16", "80.00", "10.00"])
-        names = [tag.text for tag in ElementTree.parse(self.page).iterfind(".//tbody//th")]
-        self.assertEqual(names, [FRAMES, "Two↵lines"])
+        self.assertEqual(lines[4].replace(FRAMES, "").split(), ["16", "80.00", "10.00", *DATES[-1].split()])
+        page = ElementTree.parse(self.page)
+        for place, texts in ("h2", [FRAMES, "Two↵lines"]), ("p/b", ["20", "8"]), (
+                "figure//div[@class='dates']/span", ["Jan  1 08:05", "Jan  3 08:05"] * 4):
+            self.assertEqual([tag.text for tag in page.iterfind(f".//article/{place}")], texts, place)
+
+    def test_follows_what_is_reported(self):
+        for at_terminal in False, True:
+            self.report.unlink(missing_ok=True)
+            ours, its = pty.openpty() if at_terminal else os.pipe()
+            shown = os.fdopen(ours, "rb", buffering=0)
+            running = subprocess.Popen([TOOL, "--follow", self.report], stdout=its, stderr=its)
+            os.close(its)
+            output = b""
+
+            def read_up_to(text):
+                nonlocal output
+                while text.encode() not in output:
+                    more = shown.read(4096)
+                    self.assertTrue(more, f"ended before {text}, after {output}")
+                    output += more
+
+            read_up_to("report.log: No such file or directory")
+            for date in DATES:
+                with self.report.open("a") as report:
+                    report.write(block(date, [("Frames", 1, 2)]))
+                read_up_to(date)
+                self.assertEqual(output.count(b"\033[?1049h"), at_terminal)
+            running.send_signal(signal.SIGINT)
+            with contextlib.suppress(OSError):  # A terminal that is closed ends with an error.
+                while more := shown.read(4096):
+                    output += more
+            self.assertEqual((running.wait(), output.endswith(b"\033[?1049l")), (0, at_terminal))
+            shown.close()
 
     def test_failures_name_the_file_and_the_reason(self):
         other = self.folder / "other.log"
-        for code, *arguments in (1, other), (1, self.report, "--html", self.report), (2,):
-            self.assertEqual(run(TOOL, *arguments).returncode, code, arguments)
+        none = self.folder / "none" / "PooledObjects.log"
+        for code, reason, *arguments in [
+                (1, f"{other}: No such file or directory", other),
+                (1, f"{none.parent}: no such folder", none),
+                (1, f"{self.folder}/PooledObjects.log: No such file", self.folder),
+                (1, f"{self.report}: is the report itself", self.report, "--html", self.report),
+                (1, f"{other.parent}/no/p: No such", self.report, "--html", other.parent / "no" / "p"),
+                (2, "--folow", "--folow")]:
+            done = run(TOOL, *arguments)
+            self.assertEqual(done.returncode, code, arguments)
+            self.assertIn(reason, done.stderr)
         other.write_text("Frames\n" + block(DATES[0], []))
         self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is no pool report\n")
 
     @unittest.skipUnless(BROWSER, "no chromium or chromium-browser on the PATH to show the page in")
     def test_browser_draws_bars_as_high_as_their_values(self):
         page = self.page.read_text("utf-8").replace("&", "&amp;").replace('"', "&quot;")
-        self.page.write_text(PROBE % page, "utf-8")
-        dom = run(BROWSER, *FLAGS, f"--user-data-dir={self.folder}/user", self.page.as_uri()).stdout
-        heights = map(float, dom.split("<body>")[1].split("<")[0].split())
-        for height, value in zip(heights, [0, *BARS], strict=True):
-            self.assertAlmostEqual(height, value, delta=0.002)
+        for width in 1200, 500:
+            self.page.write_text(PROBE % (width, page), "utf-8")
+            dom = run(BROWSER, *FLAGS, f"--user-data-dir={self.folder}/user", self.page.as_uri()).stdout
+            heights = map(float, dom.split("<body>")[1].split("<")[0].split())
+            for height, value in zip(heights, [0, 0, *BARS], strict=True):
+                self.assertAlmostEqual(height, value, delta=0.002, msg=f"{width} px wide")
 
 
 unittest.main()
