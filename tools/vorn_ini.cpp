@@ -47,6 +47,16 @@ Exit codes: 0 done, 1 not found, 2 wrong usage, 3 cannot read or write.)";
 
 struct Request {
     bool isStandard() const { return file == "-"; }
+    // What a message is about.
+    std::string place() const {
+        std::string text = isStandard() ? "standard input" : file;
+        if (!section.empty()) text += ": [" + section + ']';
+        if (!key.empty()) text += (section.empty() ? ": " : " ") + key;
+        return text;
+    }
+    void complain(const std::string& reason) const {
+        std::cerr << "vorn-ini: " << place() << ": " << reason << '\n';
+    }
 
     std::string file, section, key, value, fallback, type;
     bool caseSensitive = false, hasSection = false, hasKey = false, hasFallback = false;
@@ -98,7 +108,7 @@ public:
         : folder(::open(folderOf(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         int error = folder.get() < 0 ? errno : EINTR;
         while (error == EINTR) error = ::flock(folder.get(), LOCK_EX) == 0 ? 0 : errno;
-        if (error != 0) fail(folderOf(file), error);
+        if (error != 0) fail(file.string() + ": " + folderOf(file).string(), error);
     }
 
 private:
@@ -120,10 +130,8 @@ public:
         load(false);
         const auto found = settings.find(request.section, request.key);
         const auto value = found ? typed() : std::nullopt;
-        if (found && !value)
-            std::cerr << "vorn-ini: " << request.file << ": \"" << *found << "\" is no "
-                      << request.type << '\n';
-        if (!value && !request.hasFallback) return kNotFound;
+        if (found && !value) request.complain(isNone(*found));
+        if (!value && !request.hasFallback) return found ? kNotFound : notFound();
         std::cout << value.value_or(request.fallback) << '\n';
         return kDone;
     }
@@ -132,7 +140,7 @@ public:
         return change(true, [this] {
             settings.set(request.section, request.key, request.value);
             const auto value = typed();
-            if (!value) throw CLI::ValidationError("VALUE", "is no " + request.type);
+            if (!value) throw std::invalid_argument(isNone(request.value));
             settings.set(request.section, request.key, *value);
             return true;
         });
@@ -151,7 +159,7 @@ public:
             for (const Settings::Section& section : settings.sections()) print(section.name());
             return kDone;
         }
-        if (!settings.contains(request.section)) return kNotFound;
+        if (!settings.contains(request.section)) return notFound();
         print(request.section);
         return kDone;
     }
@@ -164,6 +172,13 @@ public:
     }
 
 private:
+    Result notFound() const {
+        request.complain("not found");
+        return kNotFound;
+    }
+    std::string isNone(std::string_view value) const {
+        return '"' + std::string(value) + "\" is no " + request.type;
+    }
     void load(bool mayBeMissing) { settings.parse(read(request.file, mayBeMissing)); }
 
     template <class Edit>
@@ -171,7 +186,7 @@ private:
         std::optional<Lock> lock;
         if (!request.isStandard()) lock.emplace(request.file);
         load(creates);
-        if (!edit()) return kNotFound;
+        if (!edit()) return notFound();
         if (request.isStandard()) {
             std::cout << settings.text();
             return kDone;
@@ -272,7 +287,10 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kUsage;
     } catch (const Vorn::Exception::RuntimeError& refusal) {
-        std::cerr << "vorn-ini: " << refusal.msg() << '\n';
+        request.complain(refusal.msg());
+        return kUsage;
+    } catch (const std::invalid_argument& refusal) {
+        request.complain(refusal.what());
         return kUsage;
     }
 }

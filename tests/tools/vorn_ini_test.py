@@ -76,15 +76,21 @@ class VornIni(unittest.TestCase):
         self.expect(DONE, "[A]\n", "unset", "-", "A", "x", text="[A]\nx = 1\n")
 
     def test_says_what_failed_and_why(self):
-        missing = str(self.folder / "none" / "x.ini")
+        file, missing = str(self.file), str(self.folder / "none" / "x.ini")
         for code, reason, *arguments in [
-                (FAILED, "x.ini: No such file or directory", "get", missing, "a", "b"),
-                (FAILED, "No such file or directory", "set", missing, "a", "b", "c"),
-                (FAILED, "x.ini: No such file or directory", "list", missing),
-                (FAILED, ": Is a directory", "set", str(self.folder), "a", "b", "c"),
-                (USAGE, "KEY is required", "get", str(self.file), "a"),
-                (USAGE, "a line end", "set", str(self.file), "a", "b", "c\nd"),
-                (USAGE, "", "change", str(self.file))]:
+                (FAILED, f"{missing}: No such file or directory", "get", missing, "a", "b"),
+                (FAILED, f"{missing}: {self.folder}/none: No such file", "set", missing, "a", "b", "c"),
+                (FAILED, f"{missing}: No such file or directory", "list", missing),
+                (FAILED, f"{self.folder}: Is a directory", "set", str(self.folder), "a", "b", "c"),
+                (NOT_FOUND, f"{file}: [a] b: not found", "get", file, "a", "b"),
+                (NOT_FOUND, f"{file}: b: not found", "unset", file, "", "b"),
+                (NOT_FOUND, f"{file}: [a]: not found", "list", file, "a"),
+                (NOT_FOUND, f'{file}: [Video] Width: "1920" is no bool', "get", file, "Video", "Width",
+                 "--type", "bool"),
+                (USAGE, "KEY is required", "get", file, "a"),
+                (USAGE, f'{file}: [a] b: "c" is no int', "set", file, "a", "b", "c", "--type", "int"),
+                (USAGE, f"{file}: [a] b: ", "set", file, "a", "b", "c\nd"),
+                (USAGE, "A subcommand is required", "change", file)]:
             self.assertIn(reason, self.expect(code, "", *arguments))
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "needs /dev/full")
