@@ -7,7 +7,7 @@
 #endif
 
 #ifdef _GLIBCXX_DEBUG
-#error "Vorn works with _GLIBCXX_ASSERTIONS, not with _GLIBCXX_DEBUG, which changes std::vector and std::map"
+#error "Vorn works with _GLIBCXX_ASSERTIONS, not _GLIBCXX_DEBUG, which changes std::vector"
 #endif
 
 /// Puts a declaration into the binary interface of the library that defines it. Both libraries are

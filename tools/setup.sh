@@ -8,6 +8,10 @@ if [ "${1:-}" = --help ]; then
     exit
 fi
 
+project_version() {
+    sed -n 's/^project(Vorn VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt
+}
+
 missing_packages() {
     for package in "$@"; do
         dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q 'ok installed' ||

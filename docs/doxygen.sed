@@ -1,0 +1,14 @@
+# What a document has for its readers elsewhere, for doxygen: headings get the anchors that links
+# name, links to them and to headers lose the folder.
+/^###* [^0-9]/ {
+    h
+    s/^#* //
+    s/[^A-Za-z0-9 -]//g
+    s/ /-/g
+    s/.*/ {#\L&}/
+    H
+    g
+    s/\n//
+}
+s/\](\([a-z/-]*\.md\)*#\([a-z0-9-]*\))/](#\2)/g
+s/\[\([^]]*\)\](\.\.\/\([^)]*\))/@ref \2 "\1"/g
