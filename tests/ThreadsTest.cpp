@@ -8,7 +8,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -21,93 +20,135 @@ namespace {
 
 using namespace Vorn::PooledObjectDebug;
 
-constexpr std::size_t kSteps = 100000;
+constexpr std::size_t kThreads = 4, kSteps = 100000;
+
+// Runs `work(thread, step)` for every step on each of the threads, all at the same time.
+template <class Work>
+void runOnAllThreads(Work work) {
+    std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
+    for (std::size_t thread = 0; thread < kThreads; ++thread)
+        threads.emplace_back([&work, thread] {
+            for (std::size_t step = 0; step < kSteps; ++step) work(thread, step);
+        });
+}
 
 // What every thread wrote is there for whoever destroys it.
-struct Seen {
-    ~Seen() { total += by[0] + by[1] + by[2] + by[3]; }
+struct Marked {
+    ~Marked() { total += marks[0] + marks[1] + marks[2] + marks[3]; }
+
     static inline std::atomic<unsigned> total = 0;
-    unsigned by[4] = {};
+    unsigned marks[kThreads] = {};
 };
+
+TEST(Threads, DropHandlesOfOneObject) {
+    std::vector<Vorn::Ptr<Marked>> handles[kThreads];
+    for (std::size_t step = 0; step < kSteps; ++step) {
+        const auto object = Vorn::makePtr<Marked>();
+        for (auto& ofThread : handles) ofThread.push_back(object);
+    }
+    runOnAllThreads([&](std::size_t thread, std::size_t step) {
+        Vorn::Ptr<Marked>& handle = handles[thread][step];
+        handle->marks[thread] = 1;
+        handle = nullptr;
+    });
+    EXPECT_EQ(Marked::total, kThreads * kSteps);
+}
+
+TEST(Threads, ChangeStringsThatShareOneText) {
+    const char ends[kThreads] = {'a', 'b', 'c', 'd'};
+    std::vector<String> strings[kThreads];
+    for (unsigned step = 0; step < kSteps; ++step) {
+        const String text(step);
+        for (auto& ofThread : strings) ofThread.push_back(text);
+    }
+    runOnAllThreads(
+        [&](std::size_t thread, std::size_t step) { strings[thread][step] += ends[thread]; });
+    for (std::size_t thread = 0; thread < kThreads; ++thread)
+        for (unsigned step = 0; step < kSteps; ++step)
+            ASSERT_EQ(strings[thread][step], String(step) + String(ends[thread]));
+}
 
 struct Node {
     Node* next = nullptr;
     unsigned pushed = 0, popped = 0;
 };
 
-std::atomic<unsigned> made = 0;
-
-void* make() {
-    return std::this_thread::yield(), ++made, &made;
+TEST(Threads, PopWhatWasPushedOnce) {
+    std::vector<Node> nodes(kThreads * kSteps);
+    Vorn::LockFree::Stack<Node> stack;
+    runOnAllThreads([&](std::size_t thread, std::size_t step) {
+        Node& own = nodes[thread * kSteps + step];
+        ++own.pushed;
+        stack.push(&own);
+        if (Node* const any = stack.pop()) any->popped += any->pushed;
+    });
+    while (Node* const left = stack.pop()) left->popped += left->pushed;
+    for (const Node& node : nodes) ASSERT_EQ(node.popped, 1u);
 }
 
-TEST(Threads, LoseNothing) {
-    std::vector<Vorn::Ptr<Seen>> handles[4];
-    std::vector<String> texts[4];
-    for (std::size_t n = 0; n < kSteps; ++n) {
-        const Vorn::Ptr<Seen> handle(new Seen);
-        const String text(static_cast<unsigned>(n));
-        for (auto& copies : handles) copies.push_back(handle);
-        for (auto& copies : texts) copies.push_back(text);
-    }
-    std::vector<Node> nodes(4 * kSteps);
-    Vorn::LockFree::Stack<Node> stack;
+TEST(Threads, AreAloneBehindALock) {
+    const test::Threads yielding;
     CriticalSection lock;
     unsigned entries = 0;
-    const test::Threads yielding;
+    runOnAllThreads([&](std::size_t, std::size_t step) {
+        const bool tried = step % 3 == 0;
+        if (!tried || lock.attemptEntry() != 0) lock.enter();
+        ++entries;
+        EXPECT_NE(lock.owner(), 0u);
+        EXPECT_EQ(lock.attemptEntry(), 0) << "once more, by the same thread";
+        lock.leave();
+        lock.leave();
+    });
+    EXPECT_EQ(entries, kThreads * kSteps);
+}
+
+TEST(Threads, UseAPoolWhileItIsReported) {
     const std::string root = testing::TempDir() + "threads" + std::to_string(::getpid());
     std::filesystem::create_directories(root + "/Vornhold/Logs");
     const test::Folder folder(root + '/');
     auto past = std::make_unique<test::Clock>(-10000.0);
     LoggingTraitsBase pool("measured from the start");
     past.reset();
-    const LoggingStats& use = *reinterpret_cast<LoggingStats* const*>(&pool)[1];
-    Vorn::NamedObjectsNamespace space("test");
-    std::barrier together(4);
-    const std::function<void(std::size_t, std::size_t)> works[] = {
-        [&](std::size_t t, std::size_t n) { ++handles[t][n]->by[t], handles[t][n] = {}; },
-        [&](std::size_t t, std::size_t n) { texts[t][n] += "abcd"[t]; },
-        [&](std::size_t t, std::size_t n) {
-            stack.push(&(++nodes[t * kSteps + n].pushed, nodes[t * kSteps + n]));
-            if (Node* const node = stack.pop()) node->popped += node->pushed;
-        },
-        [&](std::size_t, std::size_t n) {
-            if (n % 3 > 0 || lock.attemptEntry() != 0) lock.enter();
-            EXPECT_TRUE(++entries % 50000 != 0 || (std::this_thread::yield(), lock.owner() != 0));
-            EXPECT_EQ(lock.attemptEntry(), 0);
-            lock.leave(), lock.leave();
-        },
-        [&](std::size_t, std::size_t n) {
-            for (int uses = 0; uses < 10; ++uses)
-                pool.ltb_beforePop(0), pool.ltb_afterPop(nullptr, 0),
-                    pool.ltb_beforePush(nullptr, 0), pool.ltb_afterPush(nullptr, 0);
-            if (n % 10000 == 0) pool.dump();
-        },
-        [&](std::size_t, std::size_t n) {
-            const std::string key = std::to_string(n / 500);
-            if (n % 500 == 0) {
-                together.arrive_and_wait();
-                space.findOrCreate<std::atomic<unsigned>>(key.c_str(), make);
-                space.lock<int>(key.c_str()), space.unlock<int>(key.c_str());
-            }
-            EXPECT_EQ(space.find<std::atomic<unsigned>>(key.c_str()), &made);
-        },
-    };
-    for (const auto& work : works) {
-        std::vector<std::jthread> threads;
-        for (std::size_t t = 0; t < 4; ++t)
-            threads.emplace_back([&work, t] {
-                for (std::size_t n = 0; n < kSteps; ++n) work(t, n);
-            });
-    }
-    EXPECT_TRUE(Seen::total == 4 * kSteps && entries == 4 * kSteps && made == 200);
+    runOnAllThreads([&](std::size_t, std::size_t step) {
+        for (int uses = 0; uses < 10; ++uses) {
+            pool.ltb_beforePop(0);
+            pool.ltb_afterPop(nullptr, 0);
+            pool.ltb_beforePush(nullptr, 0);
+            pool.ltb_afterPush(nullptr, 0);
+        }
+        if (step % 10000 == 0) pool.dump();
+    });
     std::filesystem::remove_all(root);
-    EXPECT_TRUE(use.inUse == 0 && use.maxInUse > 0 && use.maxInUse <= 4);
-    while (Node* const node = stack.pop()) node->popped += node->pushed;
-    for (const Node& node : nodes) ASSERT_EQ(node.popped, 1u);
-    for (std::size_t n = 0; n < 4 * kSteps; ++n)
-        ASSERT_EQ(texts[n % 4][n / 4],
-                  String(static_cast<unsigned>(n / 4)) + String("abcd"[n % 4]));
+    const LoggingStats& stats = *reinterpret_cast<LoggingStats* const*>(&pool)[1];
+    EXPECT_EQ(stats.inUse, 0);
+    EXPECT_GT(stats.maxInUse, 0);
+    EXPECT_LE(stats.maxInUse, 4);
+}
+
+TEST(Threads, FindTheOneObjectThatAnyOfThemMade) {
+    using Object = std::atomic<unsigned>;
+    static Object made = 0;
+    constexpr std::size_t kStepsAKey = 500;
+    const auto make = []() -> void* {
+        std::this_thread::yield();
+        ++made;
+        return &made;
+    };
+    const test::Threads yielding;
+    Vorn::NamedObjectsNamespace space("test");
+    std::barrier together(kThreads);
+    runOnAllThreads([&](std::size_t, std::size_t step) {
+        const std::string key = std::to_string(step / kStepsAKey);
+        if (step % kStepsAKey == 0) {
+            together.arrive_and_wait();
+            space.findOrCreate<Object>(key.c_str(), make);
+            space.lock<int>(key.c_str());
+            space.unlock<int>(key.c_str());
+        }
+        EXPECT_EQ(space.find<Object>(key.c_str()), &made);
+    });
+    EXPECT_EQ(made, kSteps / kStepsAKey) << "one for each key";
 }
 
 TEST(Threads, SeeWhatTheirOwnCountingMade) {
@@ -130,16 +171,9 @@ struct Spare : Reclaimable {
 };
 
 TEST(Threads, RegisterMemoryThatCanBeGivenBackAtTheSameTime) {
-    constexpr std::size_t kThreads = 4;
     std::vector<std::unique_ptr<Spare>> kept(kThreads);
-    {
-        std::vector<std::jthread> threads;
-        threads.reserve(kThreads);
-        for (auto& last : kept)
-            threads.emplace_back([&last] {
-                for (std::size_t step = 0; step < kSteps; ++step) last = std::make_unique<Spare>();
-            });
-    }
+    runOnAllThreads(
+        [&](std::size_t thread, std::size_t) { kept[thread] = std::make_unique<Spare>(); });
     EXPECT_EQ(OS()->memoryServices()->reclaim(1000), kThreads) << "each kept one is asked once";
 }
 
