@@ -3,7 +3,9 @@
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#ifdef __linux__
+#ifdef __APPLE__
+#include <copyfile.h>
+#else
 #include <sys/xattr.h>
 #endif
 
@@ -11,7 +13,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/posix/Services.h"
 
@@ -116,9 +120,9 @@ UTF8String followLinks(UTF8String path) {
 // The folder is kept open, so that a change of the working folder between does no harm, and goes to
 // the disk last, since the new name is kept there.
 // Renaming makes a new file, so it is not done where that would show: a file with several names, or
-// of an owner that cannot be given to another file, or mounted by itself, or in a folder that
-// takes no new file, and whatever is no regular file, is written in place. This is settled before
-// the first byte.
+// of an owner or with attributes that cannot be given to another file, or mounted by itself, or in
+// a folder that takes no new file, and whatever is no regular file, is written in place. This is
+// settled before the first byte.
 class FileWriter final : public Counted<iFile> {
 public:
     // cppcheck-suppress uninitMemberVar; the buffer is filled as it is used.
@@ -167,15 +171,72 @@ bool isMountPoint(const Descriptor&) {
 }
 #endif
 
-// Whether more than the mode says who may use the file: only the file itself keeps that.
-#ifdef __linux__
-bool hasAccessList(const Descriptor& file) {
-    return ::fgetxattr(file.get(), "system.posix_acl_access", nullptr, 0) > 0;
+#ifdef __APPLE__
+// `fsync` leaves the bytes in the disk's own memory. Not every file system can do better.
+bool sync(const Descriptor& file) {
+    return retried([&] { return ::fcntl(file.get(), F_FULLFSYNC); }) == 0 ||
+           (errno != EIO && retried([&] { return ::fsync(file.get()); }) == 0);
 }
-#else
+
+// Access lists are carried over with the attributes.
 bool hasAccessList(const Descriptor&) {
     return false;
 }
+
+class Attributes {
+public:
+    bool readFrom(const Descriptor& old) {
+        source = old.get();
+        return true;
+    }
+    bool giveTo(const Descriptor& made) const {
+        return source < 0 ||
+               ::fcopyfile(source, made.get(), nullptr, COPYFILE_ACL | COPYFILE_XATTR) == 0;
+    }
+
+private:
+    int source = -1;
+};
+#else
+bool sync(const Descriptor& file) {
+    return retried([&] { return ::fsync(file.get()); }) == 0;
+}
+
+// Whether more than the mode says who may use the file: only the file itself keeps that.
+bool hasAccessList(const Descriptor& file) {
+    return ::fgetxattr(file.get(), "system.posix_acl_access", nullptr, 0) > 0;
+}
+
+// What users have attached to a file. It is read before another file is made, since that allocates.
+class Attributes {
+public:
+    // False if there is one that the caller may not read.
+    bool readFrom(const Descriptor& old) {
+        const ssize_t length = ::flistxattr(old.get(), nullptr, 0);
+        if (length <= 0) return length == 0 || errno == ENOTSUP;
+        UTF8String names(static_cast<std::size_t>(length), '\0');
+        if (::flistxattr(old.get(), names.data(), names.size()) != length) return false;
+        for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+            const char* const name = names.c_str() + at;
+            if (!std::string_view(name).starts_with("user.")) continue;
+            const ssize_t size = ::fgetxattr(old.get(), name, nullptr, 0);
+            if (size < 0) return false;
+            UTF8String value(static_cast<std::size_t>(size), '\0');
+            if (::fgetxattr(old.get(), name, value.data(), value.size()) != size) return false;
+            read.emplace_back(name, std::move(value));
+        }
+        return true;
+    }
+    bool giveTo(const Descriptor& made) const {
+        return std::all_of(read.begin(), read.end(), [&](const auto& attribute) {
+            const auto& [name, value] = attribute;
+            return ::fsetxattr(made.get(), name.c_str(), value.data(), value.size(), 0) == 0;
+        });
+    }
+
+private:
+    std::vector<std::pair<UTF8String, UTF8String> > read;
+};
 #endif
 
 // The target is opened, not only looked at: so it is the system that says whether the caller may
@@ -185,12 +246,16 @@ bool FileWriter::open() {
     if (!target && errno != ENOENT) return false;
     struct stat old {};
     if (target && ::fstat(target.get(), &old) != 0) return false;
+    Attributes attributes;
     const bool replaceable = S_ISREG(old.st_mode) && old.st_nlink == 1 && !isMountPoint(target) &&
-                             !hasAccessList(target);
+                             !hasAccessList(target) && attributes.readFrom(target);
     if (target && !replaceable) return openInPlace(std::move(target), old);
     if (openTemporary(target ? S_IRUSR | S_IWUSR : 0666)) {
-        if (!target || resemble(old)) return true;
+        errno = 0;
+        if (!target || (attributes.giveTo(file) && resemble(old))) return true;
+        const bool noRoom = errno == ENOSPC || errno == EDQUOT;
         discard();
+        if (noRoom) return false;  // In place the old bytes would be lost.
     } else if (errno != EACCES && errno != EPERM && errno != EROFS) {
         return false;
     }
@@ -257,12 +322,12 @@ bool FileWriter::transfer(const char* data, std::size_t bytes) {
 }
 
 void FileWriter::finish() {
-    const bool written = flush() && retried([this] { return ::fsync(file.get()); }) == 0;
+    const bool written = flush() && sync(file);
     const bool closed = file.close();
     if (!temporary[0]) return;
     const char* const name = path.c_str() + nameAt;
     if (written && closed && ::renameat(folder.get(), temporary, folder.get(), name) == 0)
-        retried([this] { return ::fsync(folder.get()); });
+        sync(folder);
     else
         discard();
 }

@@ -24,7 +24,8 @@ NEW = b"[s]\r\n" + b"".join(b"n" * size + b"\r\n" for size in (65535, 40000, 400
 KILLED, PLANTED, SHORT = -1, -2, -3
 CALLS = "openat", "fchmod", "write", "fsync", "close", "renameat"
 FAULTS = KILLED, SHORT, errno.EINTR, errno.EIO, errno.ENOSPC
-# What may fail: the mode (in place then), the old file's close, the folder's fsync and close.
+# What may fail: the mode (in place then, but for want of room), the old file's close, the folder's
+# fsync and close.
 MAY_FAIL = ("fchmod", 1), ("close", 1), ("fsync", 2), ("close", 3)
 TRACE = """openat link 0 openat aim/ 0 openat aim NEW exclusively 600 fchmod aim/NEW 640
     close aim/file 0 write aim/NEW 0 write aim/NEW 0 write aim/NEW 0 write aim/NEW 0
@@ -50,6 +51,24 @@ ROWS = [
 
 ACL_ROWS = [("setfacl -m u:1:rw file", ["file"], "same new", False),
             ("cp -p file aim; setfacl -d -m u:1:rw aim", ["aim/file"], "same new", False)]
+
+
+# Large ones are in a block of their own.
+ATTRIBUTES = {"user.empty": b"", "user.binary": bytes(range(256)), "user.large": b"l" * 3000}
+
+
+def attach():
+    try:
+        for name, value in ATTRIBUTES.items():
+            os.setxattr("file", name, value)
+    except OSError as error:
+        if error.errno != errno.ENOTSUP:
+            raise
+        raise unittest.SkipTest("no user attributes here")
+
+
+def attributes(path):
+    return {name: os.getxattr(path, name) for name in os.listxattr(path)}
 
 
 def start(prepare=""):
@@ -97,7 +116,8 @@ class SaveTest(unittest.TestCase):
         for n in itertools.count(1):
             start("rm file" if before == "none" else "")
             code = save("file", call, n, fault).returncode
-            may_fail = fault > 0 and (call, n + (call == "close" and before == "none")) in MAY_FAIL
+            may_fail = (fault > 0 and (call, fault) != ("fchmod", errno.ENOSPC)
+                        and (call, n + (call == "close" and before == "none")) in MAY_FAIL)
             states = (["new"] if harmless or may_fail or code >= 4
                       else [before] if fault > 0 else [before, "new"])
             self.assertIn(state("file"), states, (before, call, n, fault))
@@ -135,6 +155,20 @@ class SaveTest(unittest.TestCase):
         self.assertEqual(outcome("file", tool=["prlimit", "--fsize=100000"]), "same old")
         self.assertRegex(outcome("file", "openat", 3, PLANTED), "^replaced new [.]vorn.* victim$")
         self.assertEqual(state("victim"), "old")
+
+    # A full disk refuses; in place it would take the old bytes too.
+    def test_user_attributes_stay_with_the_file(self):
+        rows = [("replaced new", "chmod 640 file", ()), ("same none", "chmod 200 file", ()),
+                ("refused old", "", ("fsetxattr", 2, errno.ENOSPC)),
+                ("refused old", "", ("fsetxattr", 3, errno.EDQUOT)),
+                ("same new", "", ("fsetxattr", 1, errno.EIO)),
+                ("same new", "", ("fsetxattr", 2, errno.ENOTSUP))]
+        for expected, prepare, plan in rows:
+            with self.subTest(prepare=prepare, plan=plan):
+                start(prepare)
+                attach()
+                self.assertEqual(outcome("file", *plan), expected)
+                self.assertEqual(attributes("file"), ATTRIBUTES)
 
     def test_a_kill_at_any_moment_leaves_a_whole_file(self):
         start()

@@ -8,6 +8,7 @@
 #undef openat
 #include <signal.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -53,6 +54,9 @@ long watched(const std::string& name, const std::string& place, unsigned mode, M
 WATCHED(int, fsync, (int file), at(file), 0, file)
 WATCHED(int, close, (int file), at(file), 0, file)
 WATCHED(int, fchmod, (int file, mode_t bits) noexcept, at(file), bits, file, bits)
+WATCHED(int, fsetxattr,
+        (int file, const char* name, const void* value, std::size_t bytes, int flags) noexcept,
+        at(file), 0, file, name, value, bytes, flags)
 WATCHED(ssize_t, write, (int file, const void* data, std::size_t bytes), at(file), 0, file, data,
         hit&& fault == kShortWrite ? bytes / 2 : bytes)
 WATCHED(int, renameat, (int from, const char* old, int to, const char* name) noexcept,
