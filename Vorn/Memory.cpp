@@ -80,7 +80,7 @@ void CPUAlignedDelete(void* block) noexcept {
     deleteAligned(block);
 }
 
-VORN_EXPORT void* operator new(std::size_t size) {
+VORN_REPLACEABLE void* operator new(std::size_t size) {
     try {
         return allocate(size);
     } catch (const std::bad_alloc&) {
@@ -91,86 +91,88 @@ VORN_EXPORT void* operator new(std::size_t size) {
     }
 }
 
-VORN_EXPORT void* operator new[](std::size_t size) {
+VORN_REPLACEABLE void* operator new[](std::size_t size) {
     return ::operator new(size);
 }
 
-VORN_EXPORT void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     // cppcheck-suppress throwInNoexceptFunction; caught there, here and below.
     return nullOnFailure([=] { return ::operator new(size); });
 }
 
-VORN_EXPORT void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     // cppcheck-suppress throwInNoexceptFunction
     return nullOnFailure([=] { return ::operator new[](size); });
 }
 
-VORN_EXPORT void* operator new(std::size_t size, std::align_val_t alignment) {
+VORN_REPLACEABLE void* operator new(std::size_t size, std::align_val_t alignment) {
     return newAligned(size, usedAlignment(alignment));
 }
 
-VORN_EXPORT void* operator new[](std::size_t size, std::align_val_t alignment) {
+VORN_REPLACEABLE void* operator new[](std::size_t size, std::align_val_t alignment) {
     return ::operator new(size, alignment);
 }
 
-VORN_EXPORT void* operator new(std::size_t size, std::align_val_t alignment,
-                               const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void* operator new(std::size_t size, std::align_val_t alignment,
+                                    const std::nothrow_t&) noexcept {
     // cppcheck-suppress throwInNoexceptFunction
     return nullOnFailure([=] { return ::operator new(size, alignment); });
 }
 
-VORN_EXPORT void* operator new[](std::size_t size, std::align_val_t alignment,
-                                 const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void* operator new[](std::size_t size, std::align_val_t alignment,
+                                      const std::nothrow_t&) noexcept {
     // cppcheck-suppress throwInNoexceptFunction
     return nullOnFailure([=] { return ::operator new[](size, alignment); });
 }
 
-VORN_EXPORT void operator delete(void* block) noexcept {
+VORN_REPLACEABLE void operator delete(void* block) noexcept {
     OS()->memoryServices()->free(block);
 }
 
-VORN_EXPORT void operator delete[](void* block) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block) noexcept {
     ::operator delete(block);
 }
 
-VORN_EXPORT void operator delete(void* block, std::size_t) noexcept {
+VORN_REPLACEABLE void operator delete(void* block, std::size_t) noexcept {
     ::operator delete(block);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::size_t) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block, std::size_t) noexcept {
     ::operator delete[](block);
 }
 
-VORN_EXPORT void operator delete(void* block, const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void operator delete(void* block, const std::nothrow_t&) noexcept {
     ::operator delete(block);
 }
 
-VORN_EXPORT void operator delete[](void* block, const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block, const std::nothrow_t&) noexcept {
     ::operator delete[](block);
 }
 
-VORN_EXPORT void operator delete(void* block, std::align_val_t) noexcept {
+VORN_REPLACEABLE void operator delete(void* block, std::align_val_t) noexcept {
     deleteAligned(block);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::align_val_t alignment) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block, std::align_val_t alignment) noexcept {
     ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+VORN_REPLACEABLE void operator delete(void* block, std::size_t,
+                                      std::align_val_t alignment) noexcept {
     ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::size_t, std::align_val_t alignment) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block, std::size_t,
+                                        std::align_val_t alignment) noexcept {
     ::operator delete[](block, alignment);
 }
 
-VORN_EXPORT void operator delete(void* block, std::align_val_t alignment,
-                                 const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void operator delete(void* block, std::align_val_t alignment,
+                                      const std::nothrow_t&) noexcept {
     ::operator delete(block, alignment);
 }
 
-VORN_EXPORT void operator delete[](void* block, std::align_val_t alignment,
-                                   const std::nothrow_t&) noexcept {
+VORN_REPLACEABLE void operator delete[](void* block, std::align_val_t alignment,
+                                        const std::nothrow_t&) noexcept {
     ::operator delete[](block, alignment);
 }

@@ -84,7 +84,7 @@ struct CalendarText {
 
 // Appends the line of a pool, behind the header of the process if that is still to come. The
 // caller holds the report's lock.
-void appendReport(const LoggingStats& stats) {
+void appendReport(LoggingStats& stats) {
     static bool headerDone = false;
     const String path((PathsLite::getSystemLogsPath() + L"PooledObjects.log").c_str());
     // What is written here goes out in one piece, so that processes leave each other's lines whole.

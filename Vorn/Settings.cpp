@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cerrno>
 #include <charconv>
+#include <cmath>
+#include <concepts>
 #include <cstring>
 #include <forward_list>
 #include <initializer_list>
@@ -11,6 +14,9 @@
 #include <memory>
 #include <new>
 #include <system_error>
+#ifndef __cpp_lib_to_chars
+#include <xlocale.h>
+#endif
 
 #include "Vorn/Exception.h"
 #include "Vorn/IniLinesPrivate.h"
@@ -794,10 +800,34 @@ namespace SettingsPrivate {
 
 namespace {
 
+using std::from_chars;
+
+#ifndef __cpp_lib_to_chars
+// libc++ has long had none for these. Where it is at home, a null locale is that of C.
+template <std::floating_point T>
+std::from_chars_result from_chars(const char* first, const char* last, T& value) noexcept {
+    constexpr View kStarts = "-.0123456789iInN";
+    const View text(first, last);
+    char copy[1024] = "";
+    if (text.empty() || text.size() >= sizeof copy || kStarts.find(text.front()) == View::npos ||
+        text.find_first_of("xX") != View::npos)
+        return {first, std::errc::invalid_argument};
+    text.copy(copy, text.size());
+    char* end = nullptr;
+    errno = 0;
+    if constexpr (std::is_same_v<T, float>)
+        value = ::strtof_l(copy, &end, nullptr);
+    else
+        value = ::strtod_l(copy, &end, nullptr);
+    const bool lost = errno == ERANGE && (value == 0 || std::isinf(value));
+    return {first + (end - copy), lost ? std::errc::result_out_of_range : std::errc()};
+}
+#endif
+
 template <class T>
 bool readNumber(View text, T& value) noexcept {
     if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const auto [end, error] = from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size();
 }
 

@@ -13,25 +13,52 @@ function(vorn_configure target)
       -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=${VORN_SANITIZE})
   endif()
-  # Calls between the two libraries, OS() above all, go straight through the address table instead
-  # of through a stub that jumps there.
-  target_compile_options(${target} PRIVATE -fno-plt)
-  # Our own calls of what we export are direct, and may be inlined.
-  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  if(APPLE)
+    # libc++ keeps std::jthread there, which examples and tests use.
+    target_compile_options(${target} PRIVATE -fexperimental-library)
+  else()
+    # Calls between the two libraries, OS() above all, go straight through the address table instead
+    # of through a stub that jumps there.
+    target_compile_options(${target} PRIVATE -fno-plt)
+    # Our own calls of what we export are direct, and may be inlined.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  endif()
+endfunction()
+
+# The linker of macOS takes either what is exported or what is not, and knows each name with an
+# underscore before it.
+function(vorn_export_list target exports)
+  file(READ ${exports} script)
+  set(kind exported)
+  string(REGEX REPLACE ".*global:(.*)local:.*" "\\1" names "${script}")
+  if(names MATCHES "\\*;")
+    set(kind unexported)
+    string(REGEX REPLACE ".*local:(.*)};.*" "\\1" names "${script}")
+  endif()
+  string(REGEX REPLACE "[ \n]*([^; \n]+);[ \n]*" "_\\1\n" names "${names}")
+  set(list ${CMAKE_CURRENT_BINARY_DIR}/${target}.${kind})
+  file(WRITE ${list} "${names}")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exports})
+  target_link_options(${target} PRIVATE -Wl,-${kind}_symbols_list,${list})
 endfunction()
 
 function(vorn_shared_library target exports)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     BUILD_RPATH_USE_ORIGIN ON INSTALL_RPATH $<IF:$<PLATFORM_ID:Darwin>,@loader_path,$ORIGIN>
     LINK_DEPENDS ${exports})
+  # Never unloaded: blocks, the registry and exit handlers outlive whoever brought the library in.
   if(APPLE)
-    set_target_properties(${target} PROPERTIES PREFIX "")
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/platform/posix/NeverUnloaded_macos.cpp)
+    # The name tells no version, the file does.
+    set_target_properties(${target} PROPERTIES PREFIX ""
+      MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR} MACHO_CURRENT_VERSION ${PROJECT_VERSION})
+    vorn_export_list(${target} ${exports})
     return()
   endif()
-  # Never unloaded: blocks, the registry and exit handlers outlive whoever brought the library in.
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
   target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,--version-script=${exports})
   if(NOT VORN_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,-z,defs)

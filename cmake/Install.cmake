@@ -34,8 +34,12 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VornConfigVersion.cmake
 install(FILES cmake/VornConfig.cmake ${PROJECT_BINARY_DIR}/VornConfigVersion.cmake
   DESTINATION ${VORN_CMAKE_DIR} COMPONENT Development)
 
+set(VORN_LINKS "-lvorn -lvornplatform")
+if(APPLE)  # -l finds names with "lib" alone.
+  set(VORN_LINKS "\${libdir}/vorn.dylib \${libdir}/vornplatform.dylib")
+endif()
 if(VORN_HAVE_LOKI AND NOT TARGET vorn_loki)
-  set(VORN_LINKS_LOKI " -lloki")
+  string(APPEND VORN_LINKS " -lloki")
 endif()
 configure_file(cmake/vorn.pc.in vorn.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vorn.pc

@@ -14,3 +14,11 @@
 /// built with hidden visibility. A class that is thrown, or caught or cast in another module, needs
 /// the mark as a whole, so that its type information exists once in the process.
 #define VORN_EXPORT __attribute__((visibility("default")))
+
+/// Marks, where it is defined, an exported function that a client may define anew, for every
+/// module. The loader of macOS lets only weak definitions give way.
+#ifdef __APPLE__
+#define VORN_REPLACEABLE VORN_EXPORT __attribute__((weak))
+#else
+#define VORN_REPLACEABLE VORN_EXPORT
+#endif
