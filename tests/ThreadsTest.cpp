@@ -177,6 +177,7 @@ TEST(Threads, RegisterMemoryThatCanBeGivenBackAtTheSameTime) {
     EXPECT_EQ(OS()->memoryServices()->reclaim(1000), kThreads) << "each kept one is asked once";
 }
 
+#ifdef __linux__
 // As the system shows a thread of this process: R for one that runs, S for one that sleeps.
 char stateOf(pid_t thread) {
     std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/stat");
@@ -203,5 +204,6 @@ TEST(Threads, SleepWhileTheyWaitForALock) {
     EXPECT_EQ(asleep, kEnoughInARow);
     section.leave();
 }
+#endif
 
 }  // namespace
