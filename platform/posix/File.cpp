@@ -1,5 +1,7 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -48,10 +51,11 @@ public:
 
     // An interrupted call has given up the number too, so it is never repeated.
     bool close() {
-        const int closed = std::exchange(number, -1);
+        const int closed = release();
         return closed < 0 || ::close(closed) == 0 || errno == EINTR;
     }
 
+    int release() { return std::exchange(number, -1); }
     explicit operator bool() const { return number >= 0; }
     int get() const { return number; }
 
@@ -62,6 +66,10 @@ private:
 Descriptor openDescriptor(int folder, const char* path, int flags, mode_t mode = 0) {
     return Descriptor(retried([=] { return ::openat(folder, path, flags, mode); }));
 }
+
+struct CloseListing {
+    void operator()(DIR* listing) const noexcept { ::closedir(listing); }
+};
 
 bool writeAll(const Descriptor& file, const char* data, std::size_t bytes) {
     while (bytes > 0) {
@@ -119,6 +127,8 @@ UTF8String followLinks(UTF8String path) {
 // takes the target's place in one step when it is complete and on the disk; an error discards it.
 // The folder is kept open, so that a change of the working folder between does no harm, and goes to
 // the disk last, since the new name is kept there.
+// What a kill or a power cut leaves is removed by the next save of the same target. A temporary
+// file is locked from its creation until it is renamed, and a lock ends with its process.
 // Renaming makes a new file, so it is not done where that would show: a file with several names, or
 // of an owner or with attributes that cannot be given to another file, or mounted by itself, or in
 // a folder that takes no new file, and whatever is no regular file, is written in place. This is
@@ -140,6 +150,8 @@ public:
 
 private:
     bool openTemporary(mode_t mode);
+    bool lockTemporary() const;
+    void removeAbandoned() const;
     bool resemble(const struct stat& old);
     bool openInPlace(Descriptor target, const struct stat& old);
     bool transfer(const char* data, std::size_t bytes);
@@ -151,7 +163,7 @@ private:
     std::size_t nameAt = 0;
     Descriptor folder;
     Descriptor file;
-    char temporary[32] = "";  // The file's name in the folder; none when it is written in place.
+    char temporary[40] = "";  // The file's name in the folder; none when it is written in place.
     bool failed = false;
     std::uint64_t taken = 0;
     std::size_t used = 0;
@@ -262,6 +274,13 @@ bool FileWriter::open() {
     return openInPlace(std::move(target), old);
 }
 
+// Tells the temporary files of one target from those of all others: FNV-1a.
+std::uint64_t hashOf(const char* name) {
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (; *name; ++name) hash = (hash ^ static_cast<unsigned char>(*name)) * 0x100000001b3;
+    return hash;
+}
+
 // The random name and O_EXCL keep anyone from planting a link there. A new file gets its mode from
 // the system, which knows the mask.
 bool FileWriter::openTemporary(mode_t mode) {
@@ -270,17 +289,52 @@ bool FileWriter::openTemporary(mode_t mode) {
     if (nameAt == path.size()) return false;
     const UTF8String folderPath = nameAt > 0 ? path.substr(0, nameAt) : UTF8String(".");
     folder = openDescriptor(AT_FDCWD, folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (!folder) return false;
+    std::uint64_t random;
+    if (!folder || ::getentropy(&random, sizeof random) != 0) return false;
+    const unsigned long long target = hashOf(path.c_str() + nameAt);
     do {
-        std::uint64_t random;
-        if (::getentropy(&random, sizeof random) != 0) break;
-        std::snprintf(temporary, sizeof temporary, ".vorn-%016llx",
-                      static_cast<unsigned long long>(random));
+        std::snprintf(temporary, sizeof temporary, ".vorn-%016llx-%016llx", target,
+                      static_cast<unsigned long long>(random++));
         file =
             openDescriptor(folder.get(), temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    } while (!file && errno == EEXIST);
-    if (!file) temporary[0] = '\0';
+    } while (file ? !lockTemporary() : errno == EEXIST);
+    if (file)
+        removeAbandoned();
+    else
+        temporary[0] = '\0';
     return static_cast<bool>(file);
+}
+
+// False if another save took the file for an abandoned one before it was locked: that save holds
+// the lock, or has removed the file. Where the system has no locks, nobody gets one.
+bool FileWriter::lockTemporary() const {
+    struct stat status;
+    return (::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) &&
+           ::fstatat(folder.get(), temporary, &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+// Whoever gets the lock of a temporary file knows that no process is writing it. A name is never
+// used twice, so that it is still the same file then.
+void FileWriter::removeAbandoned() const {
+    constexpr std::size_t kDigits = 16;
+    constexpr std::size_t kDigitsAt = sizeof temporary - 1 - kDigits;
+    Descriptor listed = openDescriptor(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, CloseListing> entries(::fdopendir(listed.get()));
+    if (!entries) return;
+    listed.release();
+    while (const dirent* const entry = ::readdir(entries.get())) {
+        const char* const name = entry->d_name;
+        if (std::strncmp(name, temporary, kDigitsAt) != 0 || std::strcmp(name, temporary) == 0 ||
+            std::strspn(name + kDigitsAt, "0123456789abcdef") != kDigits ||
+            name[sizeof temporary - 1] != '\0')
+            continue;
+        const Descriptor left =
+            openDescriptor(folder.get(), name, O_WRONLY | O_NOFOLLOW | kAnyOpen);
+        struct stat status;
+        if (left && ::fstat(left.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+            ::flock(left.get(), LOCK_EX | LOCK_NB) == 0)
+            ::unlinkat(folder.get(), name, 0);
+    }
 }
 
 // The owner first: a change of it clears bits of the mode.
@@ -323,8 +377,10 @@ bool FileWriter::transfer(const char* data, std::size_t bytes) {
 
 void FileWriter::finish() {
     const bool written = flush() && sync(file);
-    const bool closed = file.close();
     if (!temporary[0]) return;
+    // Closing may still tell of an error; the lock is needed until the name is gone.
+    const Descriptor lock(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
+    const bool closed = !lock || file.close();
     const char* const name = path.c_str() + nameAt;
     if (written && closed && ::renameat(folder.get(), temporary, folder.get(), name) == 0)
         sync(folder);

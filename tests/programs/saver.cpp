@@ -1,12 +1,13 @@
 // Saves settings and loads them again: saver PATH "USER CALL N FAULT". The calls defined here stand
 // before the C library's. They tell what is called, and the N-th CALL fails for the reason FAULT
-// or, below zero, as the enumerators say. The exit status is 1 when saving answers false, plus 2
-// when loading does, plus 4 when there was no such call. The call "forever" stands for saving on
-// and on.
+// or, below zero, as the enumerators or the signal of that number say. The exit status is 1 when
+// saving answers false, plus 2 when loading does, plus 4 when there was no such call. The call
+// "forever" stands for saving on and on.
 #define openat variadic_openat
 #include <fcntl.h>
 #undef openat
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -21,22 +22,25 @@
 
 namespace {
 
-enum Fault : int { kKilled = -1, kPlantedLink = -2, kShortWrite = -3 };
+enum Fault : int { kPlantedLink = -2, kShortWrite = -3, kRemovedFile = -4 };
 std::string faulty;
 int nth, fault;
 bool watching, hit;
 
-std::string at(int file) {
+std::filesystem::path pathOf(int file) {
     std::error_code none;
-    const std::string descriptor = "/proc/self/fd/" + std::to_string(file);
-    return std::filesystem::read_symlink(descriptor, none).string() + ' ';
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), none);
+}
+
+std::string at(int file) {
+    return pathOf(file).string() + ' ';
 }
 
 template <class Make>
 long watched(const std::string& name, const std::string& place, unsigned mode, Make make) {
     std::cout << name << ' ' << place << ' ' << std::oct << mode << '\n';
     hit = faulty == name && --nth == 0;
-    if (hit && fault == kKilled) ::raise(SIGKILL);
+    if (hit && (fault == -SIGKILL || fault == -SIGSTOP)) ::raise(-fault);
     const bool fails = hit && fault > 0;
     const long result = fails && name != "close" ? -1 : make();
     if (fails) errno = fault;
@@ -59,6 +63,8 @@ WATCHED(int, fsetxattr,
         at(file), 0, file, name, value, bytes, flags)
 WATCHED(ssize_t, write, (int file, const void* data, std::size_t bytes), at(file), 0, file, data,
         hit&& fault == kShortWrite ? bytes / 2 : bytes)
+WATCHED(int, flock, (int file, int operation) noexcept, at(file), 0,
+        hit&& fault == kRemovedFile ? file + ::unlink(pathOf(file).c_str()) : file, operation)
 WATCHED(int, renameat, (int from, const char* old, int to, const char* name) noexcept,
         at(from) + old + ' ' + at(to) + name, 0, from, old, to, name)
 WATCHED(int, openat, (int folder, const char* path, int flags, mode_t mode),
