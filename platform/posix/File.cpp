@@ -322,6 +322,7 @@ void FileWriter::removeAbandoned() const {
     const std::unique_ptr<DIR, CloseListing> entries(::fdopendir(listed.get()));
     if (!entries) return;
     listed.release();
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads this listing.
     while (const dirent* const entry = ::readdir(entries.get())) {
         const char* const name = entry->d_name;
         if (std::strncmp(name, temporary, kDigitsAt) != 0 || std::strcmp(name, temporary) == 0 ||

@@ -19,9 +19,9 @@ namespace {
 
 using Text = std::string;
 
-bool write(const Text& path, const Text& text, bool synced) {
+bool write(const Text& path, const Text& text, bool synced, unsigned pause = 0) {
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    ::usleep(50000);  // So that others can put the empty file on the disk.
+    ::usleep(pause);
     const bool written = ::write(file, text.data(), text.size()) == ssize_t(text.size());
     return written && (!synced || ::fsync(file) == 0) && ::close(file) == 0;
 }
@@ -54,7 +54,9 @@ bool save(const Text& way, const Text& path, const Text& text) {
     }
     if (way == "rename-without-fsync") return replace(path, text, false);
     if (way == "no-fsync-of-folder") return replace(path, text, true);
-    return write(path, text, way == "truncate-and-fsync");
+    if (way == "noise") return write(path, text, true);
+    // Noise can put the empty file on the disk meanwhile.
+    return write(path, text, way == "truncate-and-fsync", 100000);
 }
 
 }  // namespace

@@ -191,10 +191,12 @@ class SaveTest(unittest.TestCase):
             before = set(glob.glob(".vorn*"))
             process = subprocess.Popen([SAVER, path, f"{NOBODY} {call} 1 {fault}"],
                                        stdout=subprocess.DEVNULL)
-            if os.WIFSTOPPED(os.waitpid(process.pid, os.WUNTRACED)[1]):
-                self.addCleanup(process.kill)
+            self.addCleanup(process.kill)
+            state = os.waitid(os.P_PID, process.pid, os.WEXITED | os.WSTOPPED | os.WNOWAIT)
+            if state.si_code != os.CLD_STOPPED:
+                process.wait()
             [name] = set(glob.glob(".vorn*")) - before
-            return name, process.pid
+            return name, process
 
         start()
         writing, writer = left_by("file", "write", STOPPED)
@@ -210,8 +212,8 @@ class SaveTest(unittest.TestCase):
         self.assertEqual(save("file").returncode, 0)
         self.assertEqual(sorted(glob.glob(".vorn*")), sorted(kept))
         for process in writer, renamer:
-            os.kill(process, signal.SIGCONT)
-            self.assertEqual(os.waitpid(process, 0)[1], 0)
+            process.send_signal(signal.SIGCONT)
+            self.assertEqual(process.wait(), 0)
         self.assertEqual(sorted(glob.glob(".vorn*")), sorted(set(kept) - {writing, renaming}))
 
     def test_a_file_that_another_save_takes_for_abandoned_is_made_again(self):
