@@ -209,6 +209,8 @@ class SaveTest(unittest.TestCase):
         for make in (os.mkdir, os.mkfifo, lambda name: os.symlink("victim", name)):
             kept.append(f"{abandoned[-1][:-8]}{len(kept):08x}")
             make(kept[-1])
+        for name in kept[3:-1]:
+            os.chmod(name, 0o777)
         self.assertEqual(save("file").returncode, 0)
         self.assertEqual(sorted(glob.glob(".vorn*")), sorted(kept))
         for process in writer, renamer:
