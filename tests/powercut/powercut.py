@@ -7,6 +7,7 @@
 # sector. Other machines mount and judge them. A record itself ends with a kill.
 import collections
 import concurrent.futures
+import contextlib
 import mmap
 import os
 import random
@@ -21,6 +22,8 @@ import threading
 import time
 
 FOLDER, CUTS = sys.argv[1], int(sys.argv[2])
+# Noisy is ext4 that does not put the file on the disk because it is renamed, while another process
+# has what it writes put there.
 WAYS = [f"{system}:{way}" for system in ("ext4", "noisy", "xfs", "btrfs")
         for way in ("ini", "set", "tool")]
 CONTROLS = ["noisy:rename-without-fsync", "noisy:truncate-and-write", "noisy:truncate-and-fsync",
@@ -53,7 +56,7 @@ class Recorder:
         server = socket.socket(socket.AF_UNIX)
         server.bind(path)
         server.listen(1)
-        threading.Thread(target=self.serve, args=(i, server), daemon=True).start()
+        threading.Thread(target=self.serve_until_killed, args=(i, server), daemon=True).start()
         return f"driver=nbd,server.type=unix,server.path={path}"
 
     def saved(self, i):
@@ -62,12 +65,9 @@ class Recorder:
                 self.counts[number] += 1
             return self.counts[1 + i]
 
-    @staticmethod
-    def read(stream):
-        try:
-            return stream.read(28)
-        except ConnectionResetError:  # by the kill
-            return b""
+    def serve_until_killed(self, i, server):
+        with contextlib.suppress(ConnectionError):
+            self.serve(i, server)
 
     def serve(self, i, server):
         with open(base(DISKS[i]), "rb") as file:
@@ -75,7 +75,7 @@ class Recorder:
         connection = server.accept()[0]
         stream = connection.makefile("rb")
         connection.sendall(struct.pack(">8sQQI124x", b"NBDMAGIC", 0x00420281861253, len(image), 5))
-        while head := self.read(stream):
+        while head := stream.read(28):
             _, _, kind, handle, offset, size = struct.unpack(">IHH8sQI", head)
             reply = struct.pack(">II8s", 0x67446698, 0, handle)
             if kind == WRITE:
@@ -96,7 +96,8 @@ def machine(task, disks, drives):
                "-nodefaults", "-display", "none", "-no-reboot", "-serial", "stdio",
                "-debugcon", f"file:{FOLDER}/told" if task == "record" else "null",
                "-kernel", f"{FOLDER}/kernel", "-initrd", f"{FOLDER}/initrd", "-append",
-               f"console=ttyS0 quiet panic=-1 rdinit=/bin/init mitigations=off task={task} disks={','.join(disks)}",
+               "console=ttyS0 quiet panic=-1 rdinit=/bin/init mitigations=off "
+               f"task={task} disks={','.join(disks)}",
                "-smp", "2" if task == "record" else "1"]
     for i, drive in enumerate(drives):
         command += ["-blockdev", f"{drive},node-name=d{i}", "-device", f"virtio-blk,drive=d{i}"]
@@ -125,8 +126,7 @@ def make(path, disk, log, at, kind):
     with open(path, "r+b") as image:
         for n, (_, offset, data) in enumerate(log[:at]):
             for start in range(0, len(data or b""), SECTOR):
-                kept = n < flushed or kind == "kept" or kind == "torn" and random.random() < 0.5
-                if kept:
+                if n < flushed or kind == "kept" or kind == "torn" and random.random() < 0.5:
                     image.seek(offset + start)
                     image.write(data[start:start + SECTOR])
 
@@ -149,7 +149,7 @@ def judge(name, cuts):
         found = dict(re.findall(r"@ (\d+),(.*)", said))
         if len(found) == len(cuts):
             return [found[str(i + 1)].split(",") for i in range(len(cuts))]
-    sys.exit(f"{TRIES} machines did not judge {cuts and [cut[0] for cut in cuts]}\n{said}")
+    sys.exit(f"{TRIES} machines did not judge {[cut[0] for cut in cuts]}\n{said}")
 
 
 for disk in DISKS:  # Each with an identity of its own.
@@ -173,6 +173,8 @@ tally = collections.defaultdict(collections.Counter)
 for (disk, log, at, kind), (versions, before, after) in zip(cuts, found):
     saved = log[at - 1].saved
     whole = re.fullmatch(r" ?4000 (\d+) ?", versions)
+    if not whole or int(whole[1]) < saved:
+        print(f"{disk}, cut {at} of {len(log)}, {kind}, {saved} saved: {versions!r}")
     count = tally[disk]
     count["cuts"] += 1
     count["lost"] += bool(whole) and int(whole[1]) < saved
