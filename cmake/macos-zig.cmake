@@ -1,6 +1,6 @@
 # Builds for macOS on Linux, for an arm64 or an x86_64 processor (CMAKE_SYSTEM_PROCESSOR). Zig's
 # package holds a compiler, libc++ and the headers of the system; its linker knows no lists of exported
-# symbols, so LLVM's links, against what tools/check-macos puts into build/zig.
+# symbols, so LLVM's links, against what tools/checks/macos puts into build/zig.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CMAKE_SYSTEM_PROCESSOR)
 cmake_path(SET zig NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../build/zig)

@@ -85,16 +85,18 @@ run_tests() {
     ctest --test-dir "build/$tests_folder" --output-on-failure -j "$(getconf _NPROCESSORS_ONLN)"
 }
 
-# check NAME [AMOUNT]: runs one of tools/check quietly, and prints what it found.
+# check NAME [AMOUNT]: runs one of tools/check quietly, and prints what it found and the time it took.
 check() {
     check_log=build/checks/$1.log
+    check_began=$(date +%s)
     mkdir -p build/checks
     if ! tools/check "$@" >"$check_log" 2>&1; then
         tail -n 60 "$check_log"
         echo "$1 failed; see $check_log"
         return 1
     fi
-    printf '%-10s %s\n' "$1:" "$(tail -n 1 "$check_log")"
+    check_seconds=$(($(date +%s) - check_began))
+    printf '%-11s %2d:%02d  %s\n' "$1:" $((check_seconds / 60)) $((check_seconds % 60)) "$(tail -n 1 "$check_log")"
 }
 
 quick_checks="bare asan tsan valgrind coverage cppcheck tidy format packages reference hosts real-files models"
