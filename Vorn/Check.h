@@ -7,20 +7,19 @@
 /// file, line and the text of the checked expression.
 namespace Vorn::Check::Private {
 
-/// Whether `code` means success; a failure is logged with `LogTimed` as
-/// "VornCheck: FILE(LINE) [EXPRESSION] = 0xCODE". `flag` is not consulted. For one thread at a time
-/// where it logs.
+/// Whether `code` means success. A failure is logged with `LogTimed` as
+/// "VornCheck: FILE(LINE) [EXPRESSION] = 0xCODE". `flag` is ignored. One thread at a time may log.
 VORN_EXPORT bool checkAndLog(int code, const char* file, int line, const char* expression,
                              bool flag);
 
-/// The same, after logging "VornCheck: FILE(LINE) [EXPRESSION] took ELAPSED" if `threshold` is
-/// above 0 and `elapsed` reached it. Both are in one unit of the caller's choice.
+/// The same, but first logs "VornCheck: FILE(LINE) [EXPRESSION] took ELAPSED" if `threshold` is
+/// above 0 and `elapsed` has reached it. Both are in the same unit, of the caller's choice.
 VORN_EXPORT bool checkAndLog(int code, const char* file, int line, const char* expression,
                              bool flag, double threshold, double elapsed);
 
 /// Throws a `RuntimeError` with the message "VornCheck: FILE(LINE) [EXPRESSION] = 0xCODE", cut to
-/// 255 characters. Messages stay for the life of the process; equal ones are stored once. Throws
-/// `std::bad_alloc` instead when a new one cannot be stored. Any thread may call it.
+/// 255 characters. Messages live as long as the process; equal ones are stored once. Throws
+/// `std::bad_alloc` instead if a new one cannot be stored. Any thread may call it.
 [[noreturn]] VORN_EXPORT void throwDetailed(const char* file, int line, const char* expression,
                                             int code);
 

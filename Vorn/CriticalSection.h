@@ -9,8 +9,7 @@
 #include "platform/Export.h"
 #include "platform/iCriticalSection.h"
 
-/// A lock that its holder can enter again, over a platform lock. Not copyable: each lock is its
-/// own.
+/// A lock that its holder can enter again, built on a platform lock. Not copyable.
 ///
 /// | state        | enter, attemptEntry by the holder | by another thread | leave             |
 /// |--------------|-----------------------------------|-------------------|-------------------|
@@ -24,29 +23,30 @@ public:
     /// All constructors throw what the platform throws, and `std::bad_alloc`.
     CriticalSection();
     explicit CriticalSection(const char* name);
-    /// `value` goes to the platform's `createCriticalSection` as it is; the others pass 0.
+    /// Passes `value` to the platform's `createCriticalSection`; the others pass 0.
     explicit CriticalSection(unsigned int value);
     ~CriticalSection();
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
 
-    /// Starts over with a new, free lock without a name. Nobody may be using the old one.
+    /// Replaces the lock with a new, free one without a name. Nobody may be using the old one.
     void init(unsigned int value);
-    /// Stores a name for people to read; null for none. Not while another thread does the same.
+    /// Stores a name for people to read; null for none. One thread at a time.
     void setName(const char* name);
 
-    /// Throws what the platform throws, and is not entered then.
+    /// Throws what the platform throws; the lock is then not entered.
     void enter();
     /// Only the holding thread may call it.
     void leave();
-    /// 0 when the lock was taken or entered once more, −1 at once when another thread holds it.
+    /// Does not wait. Returns 0 if the lock was taken, or entered once more; −1 if another thread
+    /// holds it.
     int attemptEntry();
-    /// The names that the standard library's guards and condition variables use.
+    /// The same, under the names that the standard guards and condition variables use.
     void lock() { enter(); }
     void unlock() { leave(); }
     bool try_lock() { return attemptEntry() == 0; }
-    /// The identity of the holding thread, 0 when free. Taken without locking: for any other
-    /// thread than the holder it may be out of date.
+    /// The identity of the thread that holds the lock, 0 if it is free. Read without locking: for
+    /// any thread but the holder the answer may be out of date.
     unsigned owner();
     /// Does nothing.
     void debugPrint();
@@ -57,8 +57,8 @@ private:
     Vorn::Ptr<Rep> rep;
 };
 
-/// What a `CriticalSection` is made of. The count is touched only by the holder of the platform
-/// lock; the owner is also read without it.
+/// The state of a `CriticalSection`. Only the holder of the platform lock touches the count; the
+/// owner is also read without it.
 class VORN_EXPORT CriticalSection::Rep {
 public:
     explicit Rep(unsigned value);
@@ -69,7 +69,7 @@ public:
     String name;
 };
 
-/// Holds a `CriticalSection`, which must outlive it, for a scope. Not copyable.
+/// Holds a `CriticalSection` for a scope. The lock must outlive it. Not copyable.
 class VORN_EXPORT EasyCrit {
 public:
     explicit EasyCrit(CriticalSection& guarded) : section(&guarded) { section->enter(); }

@@ -5,9 +5,10 @@
 
 namespace Vorn::Exception {
 
-/// What the library throws for misuse and broken invariants, beside `std::bad_alloc` and what the
-/// standard strings throw. Not a `std::exception`. Thrown by value and caught by reference, across
-/// modules too. Copies share the texts: none is owned, and each must outlive every copy.
+/// What the library throws for misuse and broken invariants. Apart from that it throws only
+/// `std::bad_alloc` and what the standard strings throw. Not a `std::exception`. Throw it by value
+/// and catch it by reference, across modules too. It does not own its texts: copies share them, and
+/// they must outlive every copy.
 class VORN_EXPORT Base {
 public:
     virtual ~Base();
@@ -15,7 +16,7 @@ public:
     /// The name of the exception's class, "LogicError" or "RuntimeError".
     virtual const char* what() const;
     virtual const char* msg() const;
-    /// The source file that threw. The library's own is the topic, such as "Vorn/VornIniFile".
+    /// The source file that threw. The library names the topic, such as "Vorn/VornIniFile".
     virtual const char* file() const;
     /// The line of the throw in that file.
     virtual int line() const;

@@ -9,13 +9,13 @@ namespace Vorn::IniLines {
 /// The name of the section that holds the entries before the first header.
 constexpr std::string_view kAnonymous = "@@@ANONYMOUS_SECTION_RESERVED_NAME@@@";
 
-/// Where case does not count, A to Z are a to z, whatever the locale.
+/// If case is ignored, A to Z equal a to z in every locale.
 constexpr unsigned char folded(char c, bool caseSensitive) {
     const bool upper = !caseSensitive && c >= 'A' && c <= 'Z';
     return static_cast<unsigned char>(upper ? c - 'A' + 'a' : c);
 }
 
-/// Below, at or above 0 as the first `limit` bytes of two zero-terminated names compare.
+/// Compares at most `limit` bytes of two zero-terminated names: below, equal to or above 0.
 inline int compareNames(const char* a, const char* b, bool caseSensitive, std::size_t limit) {
     for (std::size_t i = 0; i < limit; ++i) {
         if (a[i] != b[i]) {
@@ -28,15 +28,15 @@ inline int compareNames(const char* a, const char* b, bool caseSensitive, std::s
     return 0;
 }
 
-/// A piece, as `splitBuffer` cuts them, without the spaces at its ends. One that is empty then is a
-/// blank line.
+/// A piece from `splitBuffer` without the spaces at its ends. If nothing is left, the line is
+/// blank.
 inline std::string_view trimmed(std::string_view piece) {
     const std::size_t start = piece.find_first_not_of(' ');
     if (start == piece.npos) return {};
     return piece.substr(start, piece.find_last_not_of(' ') + 1 - start);
 }
 
-/// Whether a trimmed line is a header. Any other one that is not blank is an entry.
+/// Whether a trimmed line is a header. Any other line that is not blank is an entry.
 inline bool isHeader(std::string_view line) {
     return line.front() == '[' && line.back() == ']';
 }

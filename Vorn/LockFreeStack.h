@@ -9,16 +9,16 @@
 
 namespace Vorn::LockFree {
 
-/// A stack of nodes that have a `T* next`, which it does not own. Not copied while in use.
+/// A stack of nodes that have a `T* next`. It does not own them. Do not copy it while it is in use.
 ///
 /// Thread safety:
 /// - Any thread may push and pop at any time.
-/// - A node that was popped must not be freed or pushed again while another thread may be popping:
-///   nothing here tells it from the node that the other thread saw.
+/// - Do not free or push a popped node again while another thread may be popping: that thread could
+///   not tell it from the node it has seen.
 ///
 /// Invariants:
 /// 1. `head` is null or the newest node, and following `next` leads to the oldest.
-/// 2. `count` is the number of nodes, but for pushes and pops that are under way.
+/// 2. `count` is the number of nodes, except while pushes and pops are under way.
 template <class T>
 class Stack {
 public:
@@ -35,7 +35,7 @@ public:
         OS()->atomicServices()->increment(&count);
     }
 
-    /// Takes the top node off; null when there is none.
+    /// Removes and returns the top node, or null if there is none.
     T* pop() {
         for (T* expected = top(); expected;) {
             T* const seen = exchangeTop(expected, expected->next);
@@ -48,7 +48,7 @@ public:
         return nullptr;
     }
 
-    /// The top node, which stays; null when there is none.
+    /// The top node, without removing it; null if there is none.
     T* top() { return std::atomic_ref(head).load(std::memory_order_acquire); }
 
     T* head = nullptr;

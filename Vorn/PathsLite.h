@@ -6,9 +6,8 @@
 
 namespace Vorn::PathsLite {
 
-/// The system logs folder, with a path separator at its end: "Vornhold", separator and "Logs"
-/// behind the base folder that the platform names. Nothing is created. Any thread; throws
-/// `std::bad_alloc`.
+/// The system logs folder, ending in a path separator: "Vornhold", separator and "Logs", appended
+/// to the platform's base folder. Creates nothing. Any thread; throws `std::bad_alloc`.
 VORN_EXPORT WString getSystemLogsPath();
 
 }  // namespace Vorn::PathsLite

@@ -21,7 +21,8 @@ namespace Vorn {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
-/// Destruction policy: the scalar `delete`, for arrays too, since all forms end in one allocator.
+/// Destruction policy: the scalar `delete`, even for arrays, because all forms end in one
+/// allocator.
 struct DtorTraits {
     template <class T>
     static void destroy(T* object) noexcept {
@@ -31,17 +32,17 @@ struct DtorTraits {
 
 #pragma GCC diagnostic pop
 
-/// Counting policy: the handle keeps the counter in a block of its own beside the object.
+/// Counting policy: the counter is in a block of its own, apart from the object.
 struct ExternalRefCountTraits {
     static constexpr bool ownsCounter = true;
 };
 
-/// Counting policy: the counter is part of the object and goes with it.
+/// Counting policy: the counter is part of the object and is destroyed with it.
 struct InternalRefCountTraits {
     static constexpr bool ownsCounter = false;
 };
 
-/// The counting policy of `Ptr<T>` where none is named: internal for what the platform hands out.
+/// The default counting policy of `Ptr<T>`: internal for what the platform hands out.
 template <class T>
 struct DefaultRefCountTraits {
     using type = ExternalRefCountTraits;
@@ -55,22 +56,23 @@ struct DefaultRefCountTraits<iFile> {
     using type = InternalRefCountTraits;
 };
 
-/// Whether a handle to a `From` can become one to a `To`: to the same type with `const`, and to a
-/// base whose virtual destructor destroys the object as well.
+/// Whether a handle to a `From` converts to a handle to a `To`: to the same type with `const`, or
+/// to a base whose virtual destructor destroys the whole object.
 template <class From, class To, class Dtor>
 concept SharesAs = !std::is_same_v<From, To> &&
                    (std::is_same_v<const From, To> ||
                     (std::is_same_v<Dtor, DtorTraits> && std::is_convertible_v<From*, To*> &&
                      std::has_virtual_destructor_v<To>));
 
-/// Shared ownership of a `T`. Copies share the object; the last handle destroys it, on its thread.
+/// Shared ownership of a `T`. Copies share the object; the last handle destroys it, on the thread
+/// that the handle is on.
 ///
 /// Thread safety: handles to one object may be copied and destroyed on different threads at the
 /// same time. A single handle is plain data and belongs to one thread at a time.
 ///
 /// Invariants:
 /// 1. A handle is two words, the counter's address and the object's.
-/// 2. A handle without object owns nothing, and its counter word is never used.
+/// 2. A handle without an object owns nothing, and its counter word is never used.
 /// 3. The counter equals the number of handles that share the object; it changes only through
 ///    `iAtomicServices`.
 template <class T, class Dtor = DtorTraits,
@@ -79,15 +81,16 @@ class Ptr {
 public:
     Ptr() noexcept = default;
 
-    /// Takes over `p`, which may be null. When the counter cannot be allocated, `std::bad_alloc`
-    /// comes out and `p` is still the caller's.
+    /// Takes over `p`, which may be null. If the counter cannot be allocated, throws
+    /// `std::bad_alloc`, and `p` still belongs to the caller.
     explicit Ptr(T* p) requires RefCountTraits::ownsCounter
         : counter(p ? new std::int32_t(0) : nullptr),
           object(p) {
         incRef();
     }
 
-    /// Takes over the count that `object` already carries for this handle in `*counter`.
+    /// Takes over the count that `*counter`, which is part of `object`, already has for this
+    /// handle.
     static Ptr adopt(T* object, std::int32_t* counter) noexcept
         requires(!RefCountTraits::ownsCounter) {
         Ptr handle;
@@ -108,8 +111,8 @@ public:
     }
     ~Ptr() { decRef(); }
 
-    /// Counts the new object before it lets go of the old one, so that assigning a handle to
-    /// another handle of the same object never frees it.
+    /// Counts the new object before releasing the old one, so that assigning between two handles
+    /// to one object never frees it.
     Ptr& operator=(const Ptr& other) noexcept {
         if (this == &other) return *this;
         Ptr old(*this);
@@ -133,17 +136,17 @@ public:
     T* operator->() const noexcept { return object; }
     T& operator*() const noexcept { return *object; }
     explicit operator bool() const noexcept { return object != nullptr; }
-    /// Whether both lead to one object.
+    /// Whether both refer to the same object.
     bool operator==(const Ptr& other) const noexcept { return object == other.object; }
     bool operator==(std::nullptr_t) const noexcept { return object == nullptr; }
 
-    /// One more count on the object, if there is one.
+    /// Adds one to the object's count, if there is an object.
     void incRef() noexcept {
         if (object) OS()->atomicServices()->increment(counter);
     }
 
-    /// One count less; the one that makes it 0 frees the counter, destroys the object and empties
-    /// the handle. Other handles keep their words.
+    /// Takes one off the count. The call that makes it 0 frees the counter, destroys the object and
+    /// empties the handle; otherwise the handle keeps its words.
     void decRef() noexcept {
         if (!object || OS()->atomicServices()->decrement(counter) != 0) return;
         std::int32_t* const lastCounter = std::exchange(counter, nullptr);
@@ -160,7 +163,7 @@ private:
     T* object = nullptr;
 };
 
-/// A new object with its first handle. When memory runs out nothing is left behind.
+/// Makes an object and its first handle. Leaks nothing when memory runs out.
 template <class T, class... Arguments>
 Ptr<T> makePtr(Arguments&&... arguments) {
     std::unique_ptr<T> object(new T(std::forward<Arguments>(arguments)...));
@@ -171,7 +174,7 @@ Ptr<T> makePtr(Arguments&&... arguments) {
 
 namespace TypeManip {
 
-/// A factory for `T` as a plain function.
+/// A factory for `T`, as a plain function.
 template <class T>
 struct TemplatedNew {
     static void* new_() { return new T(); }
@@ -182,7 +185,7 @@ struct TemplatedNew {
 
 namespace std {
 
-/// That of the object's address.
+/// The hash of the object's address.
 template <class T, class Dtor, class RefCountTraits>
 struct hash<Vorn::Ptr<T, Dtor, RefCountTraits>> {
     std::size_t operator()(const Vorn::Ptr<T, Dtor, RefCountTraits>& handle) const noexcept {

@@ -4,10 +4,10 @@
 #include "platform/Export.h"
 #include "platform/iReclaimable.h"
 
-/// Registers itself with the memory services for as long as it lives, so that they can ask it for
-/// memory. A copy is an object of its own and registers itself. It may be built and destroyed on
-/// any thread, but not while the application asks for memory back. An exception while registering
-/// passes to the creator, one while unregistering ends the process.
+/// Registers itself with the memory services for as long as it lives, so that they can ask it to
+/// give memory back. A copy is an object of its own and registers itself. May be constructed and
+/// destroyed on any thread, but not while the application is reclaiming memory. An exception while
+/// registering passes to the creator; an exception while unregistering ends the process.
 class VORN_EXPORT Reclaimable : public iReclaimable {
 public:
     Reclaimable();

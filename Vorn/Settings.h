@@ -17,7 +17,7 @@
 
 namespace Vorn {
 
-/// Whether names that differ only in case, A to Z against a to z, are one.
+/// Whether names that differ only in the case of A to Z are the same.
 enum class Case : bool { ignored, exact };
 
 namespace SettingsPrivate {
@@ -42,10 +42,10 @@ struct VORN_EXPORT Digits {
     std::size_t size;
 };
 
-/// Cuts the next element of a list off, without the blanks at its ends. The list is null then if
-/// that was the last one.
+/// Removes the next element from a list and returns it without the blanks at its ends. The list is
+/// null after the last one.
 VORN_EXPORT std::string_view nextElement(std::string_view& list) noexcept;
-/// Throw `RuntimeError` for what would not be read as it was written.
+/// Throw `RuntimeError` for a value that would not be read back as it was written.
 VORN_EXPORT void requireElement(std::string_view element);
 VORN_EXPORT void requireUnambiguous(std::string_view list, std::size_t elements);
 VORN_EXPORT void requireSame(const WString& text, const WString& read);
@@ -77,24 +77,23 @@ struct IsList<::Vector<T>> : std::true_type {
 
 }  // namespace SettingsPrivate
 
-/// A settings file in memory, as its user left it: a change touches the lines that it changes and
-/// no other byte, so that order, blank lines, comments, spelling, line ends and a byte order mark
-/// stay.
+/// A settings file in memory, as its user left it. A change touches only its own lines and no other
+/// byte: order, blank lines, comments, spelling, line ends and a byte order mark stay.
 ///
-/// Lines are what they are to `VornIniFile`, with these additions. A setting is a line with a "="
-/// whose key is not empty and does not begin with ";" or "#"; all other lines but headers are
-/// comments. Keys and values are without the blanks around them, spaces and control bytes. Sections
-/// of one name are one, and of equal keys in it the first one counts. The section "" is what stands
-/// before the first header or below "[]". A byte order mark belongs to no line. Names are compared
-/// with the case rule, sections and keys alike.
+/// Lines mean what they mean to `VornIniFile`, with these additions. A setting is a line with a "="
+/// whose key is not empty and does not begin with ";" or "#". All other lines, except headers, are
+/// comments. Keys and values do not include the blanks around them, which are spaces and control
+/// bytes. Sections with the same name are one section; if a key is repeated in it, the first one
+/// counts. The section "" holds what comes before the first header or below "[]". A byte order mark
+/// belongs to no line. The case rule applies to the names of sections and keys alike.
 ///
-/// Copies are deep; what was moved from is empty. Const operations may run on any number of threads
-/// at once, others on one alone. Views hold until the next operation that is not const. Whatever
-/// takes a text also takes one of its own views. `std::bad_alloc` passes out of all that needs
-/// memory, also for files of 4 GiB, and nothing has changed then.
+/// Copies are deep; a moved-from object is empty. Const operations may run on any number of threads
+/// at once, others on only one. Views are valid until the next operation that is not const. A text
+/// argument may be one of the object's own views. Every operation that needs memory can throw
+/// `std::bad_alloc`, also for files of 4 GiB; nothing has changed then.
 class VORN_EXPORT Settings {
 public:
-    /// A text argument: whatever converts to `std::string_view`, or a `String`. Null is empty.
+    /// A text argument: anything that converts to `std::string_view`, or a `String`. Null is empty.
     class Text : public std::string_view {
     public:
         template <class T,
@@ -109,7 +108,7 @@ public:
         std::string_view key, value;
     };
 
-    /// A section of the file. A view.
+    /// A section of the file, as a view.
     class VORN_EXPORT Section {
     public:
         /// As its first header spells it.
@@ -137,29 +136,29 @@ public:
         return *this;
     }
 
-    /// Replaces everything with what the file holds. False, and nothing has changed, when it cannot
-    /// be opened or read, is empty, or has 4 GiB or more.
+    /// Replaces everything with the contents of the file. Returns false and changes nothing if the
+    /// file cannot be opened or read, is empty, or has 4 GiB or more.
     bool load(const WString& path);
-    /// Writes the file through the platform, which keeps the old one until the new one is whole,
-    /// and reads it again. True only if it then holds what was to be written.
+    /// Writes the file through the platform, which keeps the old one until the new one is complete,
+    /// and reads it back. Returns true only if the file then holds what it should.
     bool save(const WString& path) const;
-    /// The same from and to a text.
+    /// Load from and save to a text.
     void parse(Text text);
     std::string text() const {
         std::string all(size(), '\0');
         copyTo(all.data());
         return all;
     }
-    /// The size of the file in bytes, and its bytes.
+    /// The size of the text in bytes, and a copy of its bytes.
     std::size_t size() const noexcept;
     void copyTo(char* buffer) const noexcept;
 
-    /// The value of a setting as it stands in the file.
+    /// The value of a setting, as it is in the file.
     std::optional<std::string_view> find(Text section, Text key) const noexcept;
-    /// The value of a setting; `fallback` where there is none, or none of that type. Types are
+    /// The value of a setting, or `fallback` if there is none or it is not of that type. Types are
     /// `bool` (true, false, yes, no, on, off, 1, 0, in any case), all integers, `float`, `double`,
     /// `String`, standard strings, `WString` (UTF-8 in the file), and `std::vector` and `Vector` of
-    /// these, with commas between the elements. No locale plays a part.
+    /// these, with commas between the elements. The locale does not matter.
     template <class T>
     T get(Text section, Text key, T fallback) const {
         const std::optional<std::string_view> found = find(section, key);
@@ -173,12 +172,12 @@ public:
         return get(section, key, WString(fallback));
     }
 
-    /// Changes the value in the setting's line. A new setting stands behind the last one of its
-    /// section, written like that; a new section at the end, behind an empty line. Takes the types
-    /// of `get`, which gives the value back; doubles bit by bit, but for what is no number. What no
-    /// line can hold throws `RuntimeError`: line ends, zero bytes, blanks at an end, a key that is
-    /// empty, has a "=" or begins with "[", ";" or "#", a comma in an element of a list, a list of
-    /// one empty text.
+    /// Changes the value in the setting's line. A new setting goes after the last one of its
+    /// section, written in the same style; a new section goes to the end, after an empty line.
+    /// Takes the types of `get`, which returns the same value; doubles bit by bit, except NaN.
+    /// Throws `RuntimeError` for what a line cannot hold: line ends, zero bytes, blanks at an end,
+    /// a key that is empty, contains "=" or begins with "[", ";" or "#", a comma in an element of a
+    /// list, a list of one empty text.
     template <class T>
     void set(Text section, Text key, const T& value) {
         if constexpr (std::is_convertible_v<const T&, Text>) {
@@ -190,16 +189,16 @@ public:
         }
     }
 
-    /// Removes a setting, with its repetitions. False when there is none.
+    /// Removes a setting and its repeats. Returns false if there is none.
     bool erase(Text section, Text key);
-    /// Removes a section: all lines from its headers up to the next one, but for what stands right
-    /// above that without an empty line between. False when there is none.
+    /// Removes a section: all lines from each of its headers to the next header, except those right
+    /// above the next one with no empty line between. Returns false if there is none.
     bool eraseSection(Text section);
 
-    /// All sections in the order of their first lines, those without settings included.
+    /// All sections in the order of their first lines, including those without settings.
     std::vector<Section> sections() const;
     bool contains(Text section) const noexcept;
-    /// The settings of one section, none where there is no such section.
+    /// The settings of one section; none if there is no such section.
     std::vector<Entry> entries(Text section) const;
 
 private:

@@ -1,7 +1,7 @@
 // Text and containers: the flags of the split functions.
 #pragma once
 
-/// Fields that are empty are left out.
+/// Empty fields are left out.
 inline constexpr unsigned SplitNoEmpties = 1;
 
 /// A delimiter between double quotes does not split, unless it is the double quote itself.

@@ -1,4 +1,4 @@
-// Text and containers: the walk that both split functions share.
+// Text and containers: the loop that both split functions share.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 namespace Vorn::SplitPrivate {
 
 /// Where the field from `start` ends: at the next delimiter outside double quotes, or at `length`.
-/// `inQuotes` is carried from field to field. `backslashEscapes` keeps a double quote that follows
-/// a backslash from counting.
+/// `inQuotes` is carried from field to field. With `backslashEscapes`, a double quote after a
+/// backslash does not count.
 template <class Char>
 std::size_t quotedFieldEnd(const Char* text, std::size_t length, std::size_t start, Char delim,
                            bool backslashEscapes, bool& inQuotes) {
@@ -23,16 +23,16 @@ std::size_t quotedFieldEnd(const Char* text, std::size_t length, std::size_t sta
     return length;
 }
 
-/// The same where quotes do not matter.
+/// The same if quotes do not matter.
 template <class Char>
 std::size_t plainFieldEnd(const Char* text, std::size_t length, std::size_t start, Char delim) {
     const Char* const found = std::char_traits<Char>::find(text + start, length - start, delim);
     return found ? static_cast<std::size_t>(found - text) : length;
 }
 
-/// Appends the fields of `whole`, whose characters are `text`, to `out`; each but `whole` itself is
-/// made by `makeField(position, size)`. Returns the number of elements of `out`, which is as before
-/// when memory runs out. `whole` is not an element of `out`.
+/// Appends the fields of `whole`, whose characters are `text`, to `out`. `makeField(position,
+/// size)` makes each field that is not all of `whole`. Returns the number of elements of `out`.
+/// When memory runs out, `out` is unchanged. `whole` is not an element of `out`.
 template <class Text, class Char, class MakeField>
 unsigned appendFields(const Text& whole, const Char* text, std::size_t length, Char delim,
                       unsigned flags, bool backslashEscapes, Vector<Text>& out,

@@ -8,8 +8,8 @@
 #include "platform/OS.h"
 #include "platform/iMemoryServices.h"
 
-/// Standard allocator that goes straight to the platform's memory services, past `operator new`.
-/// It has no state: any instance frees what another allocated. As thread-safe as those services.
+/// Standard allocator that calls the platform's memory services directly, not `operator new`. It
+/// has no state: any instance frees what another allocated. As thread-safe as those services.
 template <class T>
 class VORN_EXPORT StdAllocator {
 public:

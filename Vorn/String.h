@@ -20,8 +20,8 @@ class SubString;
 template <class T>
 class Vector;
 
-/// The byte of a `String` at a position, as the subscript of a changeable string returns it. Copies
-/// address the same byte. The string must outlive it.
+/// A reference to one byte of a `String`, which the subscript of a non-const string returns. Copies
+/// refer to the same byte. The string must outlive it.
 class VORN_EXPORT StringChar {
 public:
     StringChar(String* addressed, unsigned position) noexcept
@@ -30,9 +30,9 @@ public:
 
     /// The byte; 0 past the end.
     operator char() const;
-    /// Writes the byte. At or past the end the string is padded with spaces up to it.
+    /// Writes the byte. If it is at or past the end, first pads the string with spaces up to it.
     StringChar& operator=(char c);
-    /// Writes the byte that `other` addresses.
+    /// Writes the byte that `other` refers to.
     StringChar& operator=(const StringChar& other);
 
     String* string;
@@ -40,14 +40,14 @@ public:
 };
 
 /// Zero-terminated 8-bit text. Copies share one representation until one of them is modified, and
-/// allocate nothing; the empty string has no representation at first and costs nothing.
+/// allocate nothing. A new empty string has no representation and costs nothing.
 ///
-/// Positions and counts are bytes, in 32 bits; a search that finds nothing returns 0xFFFFFFFF. Null
-/// text arguments read as empty text where nothing else is said. Text may hold zero bytes, but
-/// searching, comparing and the copy made before a shared text is modified end at the first one.
-/// Texts that an operation takes may lie in the string that it changes. Positions past the end are
-/// no errors: reading gives 0, "" or not found, removing clips, writing pads with spaces.
-/// `std::bad_alloc`, also for texts of 2^31 bytes and more, is the only failure, and the string
+/// Positions and counts are in bytes, as 32-bit numbers; a search that finds nothing returns
+/// 0xFFFFFFFF. Null text arguments read as empty text unless stated otherwise. Text may contain
+/// zero bytes, but searching and comparing stop at the first one, and so does the copy made before
+/// a shared text is modified. A text argument may lie in the string that is changed. Positions past
+/// the end are not errors: reading gives 0, "" or not found, removing clips, writing pads with
+/// spaces. The only failure is `std::bad_alloc`, also for texts of 2^31 bytes and more; the string
 /// then keeps its text.
 ///
 /// Strings that share a text may be used on different threads; a single `String` belongs to one
@@ -56,11 +56,11 @@ class VORN_EXPORT String {
 public:
     String() noexcept = default;
     String(std::nullptr_t) noexcept {}
-    /// A copy of `s`. Only null gives a string without representation.
+    /// A copy of `s`. Only null gives a string without a representation.
     String(const char* s);
-    /// A copy of the `n` bytes at `s`, without representation where there are none.
+    /// A copy of the `n` bytes at `s`; for 0, a string without a representation.
     String(const char* s, unsigned n);
-    /// A copy of what is a view or turns into one, and not into a `const char*`.
+    /// A copy of anything that converts to a view but not to a `const char*`.
     template <class Text>
     explicit String(const Text& text) requires std::convertible_to<const Text&, std::string_view> &&
         (!std::convertible_to<const Text&, const char*>)
@@ -70,7 +70,7 @@ public:
     String(char c, unsigned count);
     String(const String& other) noexcept;
     String(String&& other) noexcept : rep(std::exchange(other.rep, nullptr)) {}
-    /// The first `n` bytes of `s`, or what there is of them.
+    /// The first `n` bytes of `s`, or all if it has fewer.
     String(const String& s, unsigned n);
     /// A copy of the bytes in view.
     String(const SubString& sub);
@@ -92,7 +92,8 @@ public:
         return *this;
     }
     String& operator=(char c);
-    /// A number would be taken for the character of that code; `String(number)` makes its digits.
+    /// Deleted: a number would be taken for a character code. Write `String(number)` for its
+    /// digits.
     String& operator=(int) = delete;
     template <class Number>
     String& operator=(Number) requires std::is_arithmetic_v<Number>
@@ -101,13 +102,13 @@ public:
     unsigned size() const noexcept;
     /// Whether `size()` is 0. See also `isEmpty`.
     bool empty() const noexcept { return size() == 0; }
-    /// All bytes. What these lead to holds until the string is changed or destroyed.
+    /// All bytes. View and pointers are valid until the string is changed or destroyed.
     std::string_view view() const noexcept { return {static_cast<const char*>(*this), size()}; }
     const char* begin() const noexcept { return *this; }
     const char* end() const noexcept { return begin() + size(); }
-    /// The text, never null. The address holds until the string is changed or destroyed.
+    /// The text, never null. The address is valid until the string is changed or destroyed.
     operator const char*() const noexcept;
-    /// The address of byte `i` ≤ `size()`, unchecked; null without representation.
+    /// The address of byte `i` ≤ `size()`, unchecked; null without a representation.
     const char* textAt(unsigned i) const noexcept;
     char operator[](unsigned i) const noexcept;
     StringChar operator[](unsigned i) noexcept { return {this, i}; }
@@ -118,23 +119,23 @@ public:
     /// The number at the start, as `atof` reads it.
     double asDouble() const noexcept;
 
-    /// Below, at or above 0 as `strcmp`; a string without representation sorts first.
+    /// Below, equal to or above 0, like `strcmp`; a string without a representation sorts first.
     int compare(const String& other) const noexcept;
-    /// Two blank strings are equal, whatever their spaces.
+    /// Equal bytes up to the first zero byte; two blank strings are equal, whatever their lengths.
     bool operator==(const String& other) const noexcept;
     /// Equal bytes up to the first zero byte; null equals a blank string.
     bool operator==(const char* s) const noexcept;
-    /// The order of `strcmp`. A string without representation, or null, is neither above nor below
-    /// anything.
+    /// The order of `strcmp`. A string without a representation, or null, is neither less nor
+    /// greater than anything.
     bool operator<(const String& other) const noexcept;
     bool operator<=(const String& other) const noexcept;
     bool operator>(const String& other) const noexcept { return other < *this; }
     bool operator>=(const String& other) const noexcept { return other <= *this; }
     std::partial_ordering operator<=>(const char* s) const noexcept;
-    /// Would let pairs, tuples and vectors take different strings without representation for equal;
-    /// they compare by `<` instead.
+    /// Deleted, so that pairs, tuples and vectors compare by `<`. With it they would take a string
+    /// without a representation for equal to any other.
     std::partial_ordering operator<=>(const String& other) const = delete;
-    /// Equal but for case, under the current locale. Nothing equals null or "".
+    /// Equal if case is ignored, under the current locale. Nothing equals null or "".
     bool compareCaseInsensitive(const char* s) const noexcept;
     /// False for null.
     bool startsWith(const char* prefix, bool caseSensitive) const noexcept;
@@ -142,23 +143,23 @@ public:
 
     /// The position of the first `needle` at or after `from`.
     unsigned index(const char* needle, unsigned from) const noexcept;
-    /// The position of the last `c`; 0 stands for the terminator.
+    /// The position of the last `c`; a `c` of 0 means the terminator.
     unsigned rindex(char c) const noexcept;
     /// The position of the n-th `c`, counted from 1; 0 for `n` = 0.
     unsigned nthIndex(unsigned n, char c) const noexcept;
-    /// The span [start, end) of the n-th field, counted from 0, between delimiters. False when
-    /// there is none; the outputs are stored unless the string has no representation.
+    /// The span [start, end) of the n-th field between delimiters, counted from 0. Returns false if
+    /// there is none; even then the outputs are stored, unless the string has no representation.
     bool tokSpan(char delim, unsigned n, unsigned& start, unsigned& end) const noexcept;
-    /// A copy with every occurrence of `from` replaced by `to`; it shares the text where there is
-    /// none. An empty `from` stands before every character.
+    /// A copy with every occurrence of `from` replaced by `to`; if there is none, the copy shares
+    /// the text. An empty `from` occurs before every character.
     String substitute(const char* from, const char* to) const;
     /// Appends the fields between delimiters to `out`, through its virtual `add`; returns the
-    /// number of elements of `out`. A delimiter at the end opens no field; an empty text is one
-    /// empty field. `flags` are those of SplitFlags.h; a double quote after a backslash does not
-    /// count, and both stay in the fields. `out` is as before when memory runs out.
+    /// number of elements of `out`. A delimiter at the end does not start another field; an empty
+    /// text is one empty field. `flags` are those of SplitFlags.h; a double quote after a backslash
+    /// does not count, and both stay in the fields. When memory runs out, `out` is unchanged.
     unsigned split(char delim, Vector<String>& out, unsigned flags) const;
 
-    /// Append a text, or a number as the constructors write it.
+    /// Append text, or a number in the form that the constructors give it.
     String& operator+=(const String& other);
     String& operator+=(const char* s);
     String& operator+=(char c);
@@ -167,7 +168,7 @@ public:
     String& operator+=(double v);
     /// Overwrites `n` bytes at `at` with those at `src + srcOffset`, extending the text as needed.
     String& replace(const char* src, unsigned n, unsigned srcOffset, unsigned at);
-    /// Becomes the `n` bytes at `src`.
+    /// Replaces the whole text by the `n` bytes at `src`.
     String& replaceAll(const char* src, unsigned n);
     /// Inserts the `n` bytes at `src + srcOffset` before `at`.
     String& insert(const char* src, unsigned n, unsigned srcOffset, unsigned at);
@@ -182,7 +183,7 @@ public:
     String& stripLeadingSpaces();
     String& stripTrailingSpaces();
     /// Appends characters up to white space, which is consumed, or the end of input. Returns −1 at
-    /// the end of input, another value above or below 0 otherwise. What was read before a failure
+    /// the end of input, and otherwise another value that is not 0. What was read before a failure
     /// stays appended.
     int readFrom(std::istream& in);
 
@@ -213,7 +214,7 @@ VORN_EXPORT String operator+(const char* a, const String& b);
 
 namespace std {
 
-/// Equal for strings that `==` calls equal.
+/// The same for all strings that `==` calls equal.
 template <>
 struct hash<String> {
     std::size_t operator()(const String& s) const noexcept {
@@ -222,7 +223,7 @@ struct hash<String> {
     }
 };
 
-/// The order of `compare`, in which all different texts are different: that of maps and sets.
+/// The order of `compare`, which tells all different texts apart. Maps and sets use it.
 template <>
 struct less<String> {
     bool operator()(const String& a, const String& b) const noexcept { return a.compare(b) < 0; }

@@ -1,4 +1,4 @@
-// Configuration files: cutting a buffer into lines.
+// Configuration files: splitting a buffer into lines.
 #pragma once
 
 #include <cstring>
@@ -14,8 +14,8 @@ constexpr bool isPrintable(char c) {
     return byte >= 0x20 && byte != 0x7F;
 }
 
-/// Hands each piece of the buffer to `take(const char* start, unsigned long size)`, as
-/// `splitBuffer` cuts them; returns their number.
+/// Calls `take(const char* start, unsigned long size)` for each piece of the buffer, split as by
+/// `splitBuffer`; returns their number.
 template <class Take>
 unsigned long forEachPiece(const char* buffer, unsigned long length, char delimiter, Take take) {
     const char* const end = buffer + length;
@@ -36,10 +36,11 @@ unsigned long forEachPiece(const char* buffer, unsigned long length, char delimi
 
 }  // namespace Private
 
-/// Cuts the `length` bytes at `buffer` at each `delimiter` and assigns the pieces to `out` as
-/// `String`s; returns their number. A delimiter at the end opens no piece. Bytes 0x00 to 0x1F and
-/// 0x7F are dropped at the end of every piece and at the start of every piece but the first; all
-/// others, UTF-8 included, are kept. Pieces of 2^31 bytes and more throw `std::bad_alloc`.
+/// Splits the `length` bytes at `buffer` at each `delimiter`, assigns the pieces to `out` as
+/// `String`s, and returns their number. A delimiter at the end does not start another piece. Bytes
+/// 0x00 to 0x1F and 0x7F are dropped at the end of every piece and at the start of every piece but
+/// the first; all others, UTF-8 included, are kept. Pieces of 2^31 bytes and more throw
+/// `std::bad_alloc`.
 template <class OutputIterator>
 unsigned long splitBuffer(OutputIterator out, const char* buffer, unsigned long length,
                           char delimiter) {

@@ -7,8 +7,8 @@
 #include "Vorn/String.h"
 #include "platform/Export.h"
 
-/// The range behind one or more views, and a share in the text that it lies in. Positions and sizes
-/// are bytes. After construction the range lies inside the text, or both numbers are 0.
+/// The range behind one or more views, and a share of the text that it lies in. Positions and sizes
+/// are in bytes. After construction the range lies inside the text, or both numbers are 0.
 class VORN_EXPORT SubStringRep {
 public:
     /// The count starts at 0.
@@ -29,7 +29,7 @@ public:
 };
 
 /// A view of a range of a `String`. It keeps the text as it was when the view was made, whatever
-/// becomes of the string; assigning a `String` moves the view, it never writes text. Copies share
+/// happens to the string. Assigning a `String` moves the view; it never writes text. Copies share
 /// one range, whose count is not atomic: views that were copied from one another belong to one
 /// thread. Only making a view can fail, with `std::bad_alloc`.
 class VORN_EXPORT SubString {
@@ -41,18 +41,18 @@ public:
     SubString(const SubString& other) noexcept;
     ~SubString();
     SubString& operator=(const SubString& other) noexcept;
-    /// Views the whole of `s` from now on.
+    /// Moves the view to the whole of `s`.
     SubString& operator=(const String& s);
 
     unsigned index() const noexcept;
     unsigned size() const noexcept;
-    /// The bytes of the range; they stay as long as this view does not change.
+    /// The bytes of the range, valid until this view changes.
     std::string_view view() const noexcept {
         return rep ? rep->string.view().substr(rep->index, rep->size) : std::string_view();
     }
     /// Whether the two ranges hold equal bytes up to the first zero byte that both have.
     bool operator==(const SubString& other) const noexcept;
-    /// Gives up the range; the view is empty then.
+    /// Releases the range, which leaves an empty view.
     void purge() noexcept;
 
 private:

@@ -5,8 +5,8 @@
 
 namespace Vorn {
 
-/// The platform's clock in milliseconds. Only differences of two readings have a meaning. Any
-/// thread.
+/// The platform's clock in milliseconds. Only the difference between two readings has a meaning.
+/// Any thread.
 VORN_EXPORT double now();
 
 /// The same clock in seconds.

@@ -12,11 +12,12 @@
 #include "Vorn/WString.h"
 #include "platform/Export.h"
 
-/// An array that grows by doubling from 4 elements; its element operations are virtual, in the
-/// order of their declaration. Sizes and positions count elements, in 32 bits; past 2^31 elements
-/// growing throws `std::bad_alloc`. `T` has a default value, assignment and `==`; all slots of the
-/// storage hold live values. An operation that fails to get memory changes no element if moving
-/// one cannot fail. Copies are deep. One vector is used by one thread at a time.
+/// An array that grows by doubling from 4 elements. Its element operations are virtual, in the
+/// order of their declaration. Sizes and positions count elements, as 32-bit numbers; growing past
+/// 2^31 elements throws `std::bad_alloc`. `T` needs a default value, assignment and `==`; every
+/// slot of the storage holds a live value. If an operation fails to get memory, no element has
+/// changed, provided that moving one cannot fail. Copies are deep. One thread at a time may use a
+/// vector.
 template <class T>
 class VORN_EXPORT Vector {
 public:
@@ -37,7 +38,7 @@ public:
         count = static_cast<unsigned>(list.size());
     }
     Vector(const Vector& other) { *this = other; }
-    /// Takes the storage of `other`, which is empty then.
+    /// Takes the storage of `other` and leaves it empty.
     Vector(Vector&& other) noexcept { takeOver(other); }
     Vector& operator=(Vector&& other) noexcept {
         if (this != &other) takeOver(other);
@@ -69,14 +70,14 @@ public:
     /// `add`, through the virtual table.
     virtual unsigned push_back(const T& x) { return add(x); }
 
-    /// Looks for the first element equal to `x`. Returns whether there is one, and in `index` its
-    /// position or else the number of elements.
+    /// Looks for the first element equal to `x`. Returns whether there is one. `index` becomes its
+    /// position, or the number of elements if there is none.
     virtual bool locate(const T& x, unsigned& index) const {
         index = static_cast<unsigned>(std::find(begin(), end(), x) - begin());
         return index < count;
     }
-    /// Appends `x` unless an equal element is there; `index` is the position of either. Returns
-    /// whether it was appended.
+    /// Appends `x` unless there is an equal element; `index` becomes the position of either.
+    /// Returns whether `x` was appended.
     virtual bool intern(const T& x, unsigned& index) {
         if (locate(x, index)) return false;
         insert(x, index);
@@ -91,8 +92,8 @@ public:
         ++count;
         elements[index] = std::move(element);
     }
-    /// Removes the element at `index` and resets the slot that becomes free. Returns false, and
-    /// changes nothing, when there is no such element.
+    /// Removes the element at `index` and resets the slot that becomes free. If there is no such
+    /// element, changes nothing and returns false.
     virtual bool removeIdx(unsigned index) {
         if (index >= count) return false;
         --count;
@@ -100,15 +101,16 @@ public:
         elements[count] = T();
         return true;
     }
-    /// Removes the elements `from` to `to` − 1, `to` ≤ `size()`. Slots that become free keep their
-    /// values. Returns true.
+    /// Removes the elements from `from` to `to` − 1, with `to` ≤ `size()`. Slots that become free
+    /// keep their values. Returns true.
     virtual bool remove(unsigned from, unsigned to) {
         if (from >= to) return true;
         const unsigned left = count - (to - from);
         if constexpr (std::is_nothrow_copy_assignable_v<T>) {
             std::copy(elements + to, elements + count, elements + from);
         } else {
-            // What both moves down and stays in its old slot is copied while that can still fail.
+            // An element that moves down and also stays in its old slot is copied first, because
+            // copying can fail.
             const unsigned firstStaying = std::max(left, to);
             const auto staying =
                 firstStaying < count ? std::make_unique<T[]>(count - firstStaying) : nullptr;
@@ -125,14 +127,14 @@ public:
         unsigned index;
         return locate(x, index) && removeIdx(index);
     }
-    /// `purge`.
+    /// Does what `purge` does.
     virtual void clear() { purge(); }
-    /// Frees the own storage and takes over that of `other`, which is empty afterwards.
+    /// Frees this vector's storage, takes over that of `other` and leaves it empty.
     virtual void consume(Vector& other) {
         if (this != &other) takeOver(other);
     }
 
-    /// Makes room for `n` elements. 0 frees the storage; otherwise it never shrinks.
+    /// Makes room for `n` elements. 0 frees the storage; any other number never shrinks it.
     void resizeFor(unsigned n) {
         if (n == 0) return purge();
         if (n <= capacity) return;

@@ -3,8 +3,8 @@
 
 #include "platform/Export.h"
 
-/// The version of the headers: two digits each for all numbers but the first.
+/// The version of the headers. Every number after the first has two digits.
 #define VORN_VERSION 12000200
 
-/// The library's version as static text, "12.0.2.0".
+/// The version of the loaded library as static text, "12.0.2.0".
 VORN_EXPORT const char* vornDllVersionStr();

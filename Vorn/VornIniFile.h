@@ -14,8 +14,8 @@
 
 namespace VornIniFile_Private {
 
-/// The order of section names: by bytes up to the first zero byte, with A to Z taken as a to z
-/// unless `caseSensitive`, whatever the locale.
+/// The order of section names: by bytes up to the first zero byte. Unless `caseSensitive`, A to Z
+/// equal a to z, in every locale.
 struct VORN_EXPORT StringLT_Fancy {
     explicit StringLT_Fancy(bool sensitive) : caseSensitive(sensitive) {}
     bool operator()(const String& a, const String& b) const noexcept;
@@ -25,22 +25,21 @@ struct VORN_EXPORT StringLT_Fancy {
 
 }  // namespace VornIniFile_Private
 
-/// An INI file in memory: named sections, each an ordered list of entries. Every line of a file
-/// that holds something is kept, comments included. Entries before the first header belong to a
-/// section with a reserved name. Names are compared with the file's case rule; sections that differ
-/// only in what it ignores are one, under the spelling that came first. Sections are kept in the
-/// order of their names.
+/// An INI file in memory: named sections, each an ordered list of entries. Every line that is not
+/// blank is kept, comments included. Entries before the first header belong to a section with a
+/// reserved name. Names are compared by the file's case rule; sections whose names are equal by it
+/// are one, under the spelling that came first. Sections are sorted by name.
 ///
-/// Copies are deep but for the shared texts. One thread at a time, read-only use beside a change
-/// included. `std::bad_alloc` passes out of every operation that needs memory.
+/// Copies are deep except for the shared texts. One thread at a time may use a model, even to read
+/// it. Every operation that needs memory can throw `std::bad_alloc`.
 class VORN_EXPORT VornIniFile {
 public:
     using Entries = std::vector<Vorn::AttribValuePair>;
     using Sections = std::map<String, Entries, VornIniFile_Private::StringLT_Fancy>;
 
-    /// Walks the sections in their order. A copyable value that owns nothing; adding and removing
-    /// other sections does not disturb it. Using it without a section to stand on throws
-    /// `Vorn::Exception::RuntimeError` and leaves it as it is.
+    /// Walks the sections in order. A copyable value that owns nothing; adding and removing other
+    /// sections does not invalidate it. Using it when it is not on a section throws
+    /// `Vorn::Exception::RuntimeError` and does not move it.
     template <class Position, class List>
     class VORN_EXPORT BasicSectionIterator {
     public:
@@ -49,7 +48,7 @@ public:
         BasicSectionIterator(Position position, Position endPosition)
             : current(position), end(endPosition) {}
 
-        /// Whether it stands on a section.
+        /// Whether it is on a section.
         bool valid() const;
         /// The section's name as stored.
         String name() const;
@@ -64,11 +63,12 @@ public:
     using SectionIterator = BasicSectionIterator<Sections::iterator, Entries>;
     using ConstSectionIterator = BasicSectionIterator<Sections::const_iterator, const Entries>;
 
-    /// An empty model for the file at `path`. With `loadNow` it is loaded, if it can be.
+    /// A model for the file at `path`. With `loadNow` the file is loaded, if possible; otherwise
+    /// the model is empty.
     VornIniFile(const WString& path, bool loadNow, bool caseSensitive);
     /// An empty model without a file.
     explicit VornIniFile(bool caseSensitive);
-    /// Text would pass for the `bool`.
+    /// Deleted: text would convert to the `bool`.
     VornIniFile(const char*) = delete;
     VornIniFile(const wchar_t*) = delete;
     VornIniFile(const VornIniFile& other) = default;
@@ -85,36 +85,36 @@ public:
     static const String& kAnonymousSection();
     bool getSectionNameCaseSensitivity() const;
 
-    /// Adds what the file holds, cut into lines at `delimiter`, to the model. A `path` that is not
-    /// empty becomes the file's path first, whatever comes of it. False, with the model unchanged,
-    /// when there is no path and when the file cannot be opened or read or is empty. Files of 4 GiB
-    /// and more are read up to the low 32 bits of their size. When memory runs out, what was added
-    /// before stays.
+    /// Adds the contents of the file, split into lines at `delimiter`, to the model. A `path` that
+    /// is not empty first becomes the model's path, even if loading fails. Returns false and leaves
+    /// the model unchanged if there is no path, or if the file cannot be opened or read or is
+    /// empty. For files of 4 GiB and more, the low 32 bits of their size say how much is read. When
+    /// memory runs out, what was added so far stays.
     bool load(WString path, char delimiter);
-    /// Writes the whole model, every line ended by CR LF: the entries without header first, then
-    /// the sections in order, with an empty line between sections. `path` as for `load`. Returns
-    /// whether the file could be opened; the results of the writes are not looked at. Everything is
-    /// allocated before the file is opened.
+    /// Writes the whole model, with CR LF after every line: first the entries without a header,
+    /// then the sections in order, with an empty line between sections. `path` as for `load`.
+    /// Returns whether the file could be opened; the results of the writes are ignored. Everything
+    /// is allocated before the file is opened.
     bool save(WString path);
 
-    /// The entries of a section, created empty if it does not exist. The reference holds until the
-    /// section is removed.
+    /// The entries of a section, which is created if it does not exist. The reference is valid
+    /// until the section is removed.
     Entries& getSection(const String& name);
-    /// The entries of a section; where it does not exist, an empty list that all such calls share.
+    /// The entries of a section; if it does not exist, an empty list that all such calls share.
     const Entries& getSection(const String& name) const;
     Entries& operator[](const String& name);
     const Entries& operator[](const String& name) const;
-    /// The number of sections, empty ones and the one without header included.
+    /// The number of sections, including empty ones and the one without a header.
     unsigned getNumSections() const;
     bool sectionExists(const String& name) const;
-    /// Removes a section with its entries; returns how many were removed, 0 or 1.
+    /// Removes a section with its entries; returns how many sections were removed, 0 or 1.
     unsigned removeSection(const String& name);
     SectionIterator getSectionIterator();
     ConstSectionIterator getSectionIterator() const;
 
     /// The first entry of `section` whose attribute begins with `prefix`, or its end. Without
-    /// `caseSensitive`, A to Z count as a to z. The search starts at the first entry, whatever the
-    /// last argument.
+    /// `caseSensitive`, A to Z equal a to z. The last argument is ignored: the search always starts
+    /// at the first entry.
     static Entries::iterator findBeginsWith(const String& prefix, Entries& section,
                                             bool caseSensitive, Entries::iterator start);
     static Entries::const_iterator findBeginsWith(const String& prefix, const Entries& section,
@@ -138,9 +138,9 @@ private:
 
 namespace VornIniFile_Private {
 
-/// The output iterator that builds a model from lines: assigning one processes it. Blank lines are
-/// ignored, spaces at both ends dropped; "[name]" makes that section the current one; any other
-/// line is an entry of it.
+/// The output iterator that builds a model from lines: assigning a line adds it. Blank lines are
+/// ignored and spaces at both ends dropped. "[name]" makes that section the current one; any other
+/// line is an entry of the current section.
 class VORN_EXPORT SectionsBuildingOutputIterator {
 public:
     using iterator_category = std::output_iterator_tag;
@@ -149,7 +149,7 @@ public:
     using pointer = void;
     using reference = void;
 
-    /// The lines go to `target`, which is not owned, at first to the section without header.
+    /// The lines go to `target`, which is not owned; at first to the section without a header.
     explicit SectionsBuildingOutputIterator(VornIniFile::Sections* target);
 
     SectionsBuildingOutputIterator& operator=(const String& line);

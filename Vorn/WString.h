@@ -8,10 +8,10 @@
 
 #include "Vorn/StdAllocator.h"
 
-/// Wide text, one 32-bit code point a character.
+/// Wide text. Each character is a 32-bit code point.
 using WString = std::basic_string<wchar_t, std::char_traits<wchar_t>, StdAllocator<wchar_t>>;
 
-/// UTF-8 text as the text services return it.
+/// UTF-8 text, as the text services return it.
 using UTF8String = std::basic_string<char, std::char_traits<char>, StdAllocator<char>>;
 
 namespace std {

@@ -1,4 +1,4 @@
-// Platform contract: the mark on everything that one shared library lets another one see.
+// Platform contract: marks everything that one shared library exports to another.
 #pragma once
 
 #if __cplusplus < 202002L
@@ -11,12 +11,12 @@
 #endif
 
 /// Puts a declaration into the binary interface of the library that defines it. Both libraries are
-/// built with hidden visibility. A class that is thrown, or caught or cast in another module, needs
-/// the mark as a whole, so that its type information exists once in the process.
+/// built with hidden visibility. A class that is thrown, or caught or cast in another module, must
+/// be marked as a whole, so that its type information exists once in the process.
 #define VORN_EXPORT __attribute__((visibility("default")))
 
-/// Marks, where it is defined, an exported function that a client may define anew, for every
-/// module. The loader of macOS lets only weak definitions give way.
+/// Marks the definition of an exported function that a client may replace for every module. On
+/// macOS the loader lets only weak definitions be replaced.
 #ifdef __APPLE__
 #define VORN_REPLACEABLE VORN_EXPORT __attribute__((weak))
 #else

@@ -1,4 +1,4 @@
-// Platform contract: the root object through which the library reaches everything of the system.
+// Platform contract: the root object through which the library reaches the system.
 #pragma once
 
 #include "platform/Export.h"
@@ -11,12 +11,12 @@ class iSystemInfo;
 class iTextServices;
 class iThreadServices;
 
-/// Hands out the sub-services. Every accessor returns the same non-null object at each call; the
-/// object belongs to the platform and is never deleted by the library.
+/// Gives access to the sub-services. Every accessor returns the same non-null object at each call.
+/// The object belongs to the platform; the library never deletes it.
 ///
 /// The accessors run at every allocation and at every change of a reference count, on any thread,
-/// static initialisation and termination included: they return what already exists and do nothing
-/// else, and they do not allocate.
+/// even during static initialisation and termination. So they only return what already exists, and
+/// do not allocate.
 ///
 /// In every interface of the contract the order of the declarations is the binary interface.
 /// `reservedN()` keeps position N; the library never calls it.
@@ -37,7 +37,7 @@ public:
     virtual iPathServices* pathServices() = 0;
 };
 
-/// The process's one services object: the only symbol that the library imports from the platform
-/// library. Never null, always the same, usable from before the first static initialiser until
-/// after the last static destructor.
+/// The one services object of the process, and the only symbol that the library imports from the
+/// platform library. Never null, always the same, usable from before the first static initialiser
+/// until after the last static destructor.
 VORN_EXPORT iSystemServices* OS();

@@ -1,4 +1,4 @@
-// Platform contract: the atomic steps behind every shared count and the lock-free stack.
+// Platform contract: the atomic operations behind every shared count and the lock-free stack.
 #pragma once
 
 #include <cstdint>
@@ -13,13 +13,13 @@ public:
 
     /// Adds 1 to `*counter`. Must not throw.
     virtual void increment(std::int32_t* counter) = 0;
-    /// Subtracts 1 from `*counter` and returns the new value. Whoever gets 0 destroys the object
-    /// that is counted. Must not throw.
+    /// Subtracts 1 from `*counter` and returns the new value. The caller that gets 0 destroys the
+    /// counted object. Must not throw.
     virtual std::int32_t decrement(std::int32_t* counter) = 0;
     virtual void reserved3() {}
     virtual void reserved4() {}
     virtual void reserved5() {}
-    /// Stores `exchange` in `*target` if that equals `comparand`. Returns what `*target` held
-    /// before: the exchange took place exactly when that is `comparand`.
+    /// Stores `exchange` in `*target` if that equals `comparand`. Returns the previous value of
+    /// `*target`: the exchange took place if and only if that is `comparand`.
     virtual void* compareExchangePointer(void** target, void* exchange, void* comparand) = 0;
 };

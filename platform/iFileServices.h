@@ -22,11 +22,11 @@ public:
     virtual void reserved9() {}
     virtual void reserved10() {}
     virtual void reserved11() {}
-    /// Opens the file at `path`; a handle without object means that it could not, as for a path
-    /// with a zero character in it, which names no file. The library uses two combinations of the
-    /// codes: (0, 0, 1, 0) opens an existing file for reading from its start; (1, 3, 0, 0) opens a
-    /// file for writing, creating it if it is missing, so that afterwards it holds only what is
-    /// then written.
+    /// Opens the file at `path`. A handle without an object means failure; a path that contains a
+    /// zero character names no file and must fail. The library uses two combinations of the codes:
+    /// (0, 0, 1, 0) opens an existing file for reading from its start; (1, 3, 0, 0) opens a file
+    /// for writing, creating it if it is missing, so that afterwards it holds only what is then
+    /// written.
     virtual Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) = 0;
     virtual void reserved13() {}
     virtual void reserved14() {}

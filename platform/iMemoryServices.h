@@ -12,8 +12,8 @@ class VORN_EXPORT iMemoryServices {
 public:
     virtual ~iMemoryServices() = default;
 
-    /// A new block of at least `bytes` bytes, which may be 0. Throws `std::bad_alloc` when there is
-    /// none; any other exception ends the process when it comes out of a global `operator new`. A
+    /// A new block of at least `bytes` bytes, which may be 0. Throws `std::bad_alloc` if there is
+    /// none; any other exception ends the process if it comes out of a global `operator new`. A
     /// null result reaches the caller of `new` unchecked. Must not use the global `operator new`,
     /// which calls it.
     virtual void* allocate(std::size_t bytes) = 0;
@@ -21,17 +21,17 @@ public:
     /// Releases a block from `allocate`. Null is accepted and ignored. Must not throw.
     virtual void free(void* block) = 0;
     /// Gives back at least `bytes` bytes if the registered objects can, and returns how many. The
-    /// application calls it when it wants memory back, at a moment when no reclaimable object is
-    /// being built or destroyed; the library never does.
+    /// application calls it to get memory back, at a moment when no reclaimable object is being
+    /// constructed or destroyed; the library never calls it.
     virtual std::size_t reclaim(std::size_t bytes) {
         static_cast<void>(bytes);
         return 0;
     }
     virtual void reserved5() {}
     /// Called while only the base part of `object` exists: its operations are still pure and must
-    /// not be called from here. May throw; the object is then not built.
+    /// not be called from here. May throw; the object is then not constructed.
     virtual void registerReclaimable(iReclaimable* object) = 0;
-    /// Called when the derived parts of `object` are gone. `object` must not be called after this
-    /// returns. Must not throw.
+    /// Called when the derived parts of `object` have been destroyed. `object` must not be called
+    /// after this returns. Must not throw.
     virtual void unregisterReclaimable(iReclaimable* object) = 0;
 };

@@ -12,8 +12,8 @@ public:
     virtual void reserved1() {}
     virtual void reserved2() {}
     virtual void reserved3() {}
-    /// The path of the well-known folder with that number. The library asks only for 4, the base
-    /// of the logs folder, and appends a folder name to it as it comes: so it ends with the
-    /// separator, or is empty where there is no such folder.
+    /// The path of the well-known folder with that number. The library asks only for 4, the base of
+    /// the logs folder, and appends a folder name to the result as it is. So the path ends with the
+    /// separator, or is empty if there is no such folder.
     virtual WString getFolderPath(int folder) = 0;
 };

@@ -1,12 +1,12 @@
-// Platform contract: what an object offers that can give memory back on request.
+// Platform contract: an object that can give memory back on request.
 #pragma once
 
 #include <cstddef>
 
 #include "platform/Export.h"
 
-/// Implemented by clients through `Reclaimable`, called by `iMemoryServices::reclaim` on the thread
-/// of its caller.
+/// Clients implement it through `Reclaimable`; `iMemoryServices::reclaim` calls it on its caller's
+/// thread.
 class VORN_EXPORT iReclaimable {
 public:
     virtual ~iReclaimable() = default;

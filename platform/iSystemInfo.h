@@ -8,6 +8,6 @@ class VORN_EXPORT iSystemInfo {
 public:
     virtual ~iSystemInfo() = default;
 
-    /// The number of processors, or 0 while it is not known; then the library asks again.
+    /// The number of processors, or 0 while it is unknown; the library then asks again.
     virtual unsigned getNumProcessors() = 0;
 };

@@ -10,8 +10,8 @@ class VORN_EXPORT iThreadServices {
 public:
     virtual ~iThreadServices() = default;
 
-    /// A new, free lock. `value` comes from `CriticalSection(unsigned)`, 0 from its other
-    /// constructors; its meaning is the platform's.
+    /// A new, free lock. `value` is the argument of `CriticalSection(unsigned)`, and 0 for its
+    /// other constructors; the platform decides what it means.
     virtual Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned value) = 0;
     virtual void reserved2() {}
     virtual void reserved3() {}
@@ -20,8 +20,8 @@ public:
     virtual void reserved6() {}
     virtual void reserved7() {}
     virtual void reserved8() {}
-    /// The identity of the calling thread: the same at every call of one thread, different for any
-    /// two that live at the same time, never 0, which stands for "no thread". Must not
+    /// The identity of the calling thread: the same at every call on one thread, different for any
+    /// two threads that live at the same time, and never 0, which means "no thread". Must not
     /// throw.
     virtual unsigned currentThreadId() = 0;
 };
