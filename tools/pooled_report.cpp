@@ -1,9 +1,9 @@
-// Shows what "PooledObjects.log" says about the pools of objects: the figures of each block and how
-// large to make the pools, as tables, and on a page how the figures developed.
+// Shows what "PooledObjects.log" says about pools of objects: as tables, the figures of each block
+// and how large to make the pools; as a page, how the figures developed.
 //
 // Usage: pooled-report [FILE] [--last] [--html OUT | --follow]
 //
-// The exit code is 1 if FILE is no report or OUT cannot be written, and 2 for wrong usage.
+// The exit code is 1 if FILE is not a report or OUT cannot be written, and 2 for wrong usage.
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -141,12 +141,12 @@ Report load(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
     const fs::path folder = fs::path(file).parent_path();
     if (!in.is_open() && !folder.empty() && !fs::exists(folder))
-        fail(folder, "no such folder; nobody reports until somebody makes it (mkdir -p)");
+        fail(folder, "no such folder; nothing is reported until you create it (mkdir -p)");
     if (!in.is_open()) fail(file);
     if (in.peek(); in.eof()) fail(file, "is empty");
     Report report = parse(in);
     if (!in.eof()) fail(file);
-    if (report.empty()) fail(file, "is no pool report");
+    if (report.empty()) fail(file, "is not a pool report");
     return report;
 }
 
@@ -267,9 +267,9 @@ void writePage(const std::string& page, const Report& report, const std::string&
     out << std::fixed << kPageStart << "<p>" << escaped(shown(file))
         << "<br/>Blocks: " << report.size() << ", from " << report.front().date << " to "
         << report.back().date
-        << "<br/>One bar a block, the last block's in full colour; the figure above "
-        << "is the newest, pale if it is from an earlier block.<br/>“Make it” is the highest "
-        << "maxInUse and a quarter more.</p></header>\n";
+        << "<br/>Each bar is a block, the last one in full colour. The figure above is the newest, "
+        << "pale if it is from an earlier block.<br/>“Make it” is the highest maxInUse plus a "
+        << "quarter.</p></header>\n";
     for (const auto& [name, trend] : pools) {
         out << std::setprecision(0) << "<article><h2>" << escaped(name) << "</h2><p>make it <b>"
             << advisedSize(trend) << "</b></p>\n";
@@ -351,7 +351,8 @@ void follow(const std::string& file, bool lastOnly) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-    CLI::App app("Shows what a pool report says about pools of objects.", "pooled-report");
+    CLI::App app("Shows how pools of objects were used, and how large to make them.",
+                 "pooled-report");
     std::string given;
     std::string page;
     bool lastOnly = false;
@@ -361,7 +362,7 @@ int main(int argc, char** argv) try {
                    "this user write");
     app.add_flag("--last", lastOnly, "Only the last block");
     auto* const html = app.add_option("--html", page, "Also write a page with charts");
-    app.add_flag("--follow", follows, "Show what is reported from now on too, until Ctrl-C")
+    app.add_flag("--follow", follows, "Keep showing what is reported, until Ctrl-C")
         ->excludes(html);
     try {
         app.parse(argc, argv);

@@ -30,7 +30,7 @@ enum Result { kDone = 0, kNotFound = 1, kUsage = 2, kFailed = 3 };
 
 constexpr std::size_t kMostBytes = 0xFFFFFFFF;  // Of settings.
 constexpr char kFooter[] =
-    R"(FILE is a path, or - for standard input and output. SECTION "" holds what stands before the first header. Names are compared without regard to case, unless --case-sensitive is given. A VALUE that begins with - follows --.
+    R"(FILE is a path, or - for standard input and output. SECTION "" holds the settings before the first header. Names ignore case, unless --case-sensitive is given. Put -- before a VALUE that begins with -.
 
 Examples:
   vorn-ini get studio.ini Video Width
@@ -41,7 +41,7 @@ Examples:
   vorn-ini list studio.ini Video
   vorn-ini set - Video Width 3840 <studio.ini >other.ini
 
-A change touches its own line alone. It takes the file's place in one step, and waits while another vorn-ini changes a file in the same folder.
+A change touches only its own line. The file is replaced in one step. A change waits while another vorn-ini changes a file in the same folder.
 
 Exit codes: 0 done, 1 not found, 2 wrong usage, 3 cannot read or write.)";
 
@@ -83,7 +83,7 @@ private:
     const int number;
 };
 
-// Empty for a file that is not there, where that is allowed.
+// Empty for a missing file, if that is allowed.
 std::string read(const std::string& path, bool mayBeMissing) {
     const bool isStandard = path == "-";
     const std::string name = isStandard ? "standard input" : path;
@@ -100,7 +100,7 @@ std::string read(const std::string& path, bool mayBeMissing) {
     }
 }
 
-// Held while a file is changed. It is on the folder, since the file is replaced by a new one, and
+// Held while a file is changed. It is on the folder, because the file is replaced by a new one, and
 // ends with the process.
 class Lock {
 public:
@@ -177,7 +177,7 @@ private:
         return kNotFound;
     }
     std::string isNone(std::string_view value) const {
-        return '"' + std::string(value) + "\" is no " + request.type;
+        return '"' + std::string(value) + "\" is not of type " + request.type;
     }
     void load(bool mayBeMissing) { settings.parse(read(request.file, mayBeMissing)); }
 
@@ -198,7 +198,7 @@ private:
         return kDone;
     }
 
-    // The setting as its type writes it; nothing if it is none of that type.
+    // The setting as its type writes it; nothing if it is not of that type.
     std::optional<std::string> typed() const {
         if (request.type == "bool") return rewritten(true, false);
         if (request.type == "int") return rewritten<std::int64_t>(0, 1);
@@ -234,20 +234,20 @@ int run(int argc, char** argv) {
     app.footer(kFooter);
     app.require_subcommand(1);
     app.add_flag("--case-sensitive", request.caseSensitive,
-                 "Names and keys that differ in case differ");
+                 "Treat names that differ only in case as different");
     const auto add = [&](const char* name, const char* help) {
         CLI::App* const command = app.add_subcommand(name, help)->fallthrough();
         command->add_option("FILE", request.file, "A path, or -")->required();
         return command;
     };
     const auto addSection = [&](CLI::App* command) {
-        return command->add_option("SECTION", request.section, "Its name; \"\" has none");
+        return command->add_option("SECTION", request.section, "The section's name, or \"\"");
     };
     const auto addKey = [&](CLI::App* command) {
         return command->add_option("KEY", request.key, "The setting's name");
     };
     const auto addType = [&](CLI::App* command) {
-        command->add_option("--type", request.type, "What the value is, which is checked")
+        command->add_option("--type", request.type, "The type that the value must have")
             ->check(CLI::IsMember({"bool", "int", "float"}));
     };
     CLI::App* const get =
@@ -255,8 +255,8 @@ int run(int argc, char** argv) {
     addSection(get)->required();
     addKey(get)->required();
     addType(get);
-    const auto* fallback = get->add_option("--default", request.fallback,
-                                           "What to show where there is no such setting");
+    const auto* fallback =
+        get->add_option("--default", request.fallback, "What to show if there is no such setting");
     CLI::App* const set = add("set",
                               "FILE SECTION KEY VALUE [--type bool|int|float]: changes a setting, "
                               "or adds it; creates FILE");

@@ -108,7 +108,7 @@ class PooledReportTest(unittest.TestCase):
             self.assertEqual(done.returncode, code, arguments)
             self.assertIn(reason, done.stderr)
         other.write_text("Frames\n" + block(DATES[0], []))
-        self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is no pool report\n")
+        self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is not a pool report\n")
 
     @unittest.skipUnless(BROWSER, "no chromium or chromium-browser on the PATH to show the page in")
     def test_browser_draws_bars_as_high_as_their_values(self):

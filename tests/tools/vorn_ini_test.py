@@ -85,10 +85,10 @@ class VornIni(unittest.TestCase):
                 (NOT_FOUND, f"{file}: [a] b: not found", "get", file, "a", "b"),
                 (NOT_FOUND, f"{file}: b: not found", "unset", file, "", "b"),
                 (NOT_FOUND, f"{file}: [a]: not found", "list", file, "a"),
-                (NOT_FOUND, f'{file}: [Video] Width: "1920" is no bool', "get", file, "Video", "Width",
+                (NOT_FOUND, f'{file}: [Video] Width: "1920" is not of type bool', "get", file, "Video", "Width",
                  "--type", "bool"),
                 (USAGE, "KEY is required", "get", file, "a"),
-                (USAGE, f'{file}: [a] b: "c" is no int', "set", file, "a", "b", "c", "--type", "int"),
+                (USAGE, f'{file}: [a] b: "c" is not of type int', "set", file, "a", "b", "c", "--type", "int"),
                 (USAGE, f"{file}: [a] b: ", "set", file, "a", "b", "c\nd"),
                 (USAGE, "A subcommand is required", "change", file)]:
             self.assertIn(reason, self.expect(code, "", *arguments))
