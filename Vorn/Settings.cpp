@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <concepts>
+#include <cstddef>
 #include <cstring>
 #include <forward_list>
 #include <initializer_list>
@@ -283,6 +284,7 @@ private:
         Index section : 30 = 0;  // Not of other lines.
         Index kind : 2 = kOther;
     };
+    static_assert(offsetof(Line, size) == 8 && offsetof(Line, next) == 12 && sizeof(Line) == 24);
     struct Group {
         Index hash = 0;
         Index firstHeader = kNone, lastHeader = kNone;  // None once the section was removed.
@@ -317,12 +319,12 @@ private:
     View prepareRemoval(Texts& lineEnd);
     void keepReading(View formerFirst, Texts& lineEnd);
 
+    std::vector<Line> lines;  // First, where debuggers read them.
     const Case rule;
     const NameHash hash;
     const std::unique_ptr<char[]> file;
     Texts added;
     std::size_t liveBytes = 0;
-    std::vector<Line> lines;
     Index lastLine = 0;
     std::vector<Group> sections;
     Table keys, names;

@@ -45,8 +45,11 @@ configure_file(cmake/vorn.pc.in vorn.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vorn.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
 
-install(FILES tools/gdb/vorn.py DESTINATION ${VORN_GDB_DIR} COMPONENT Development
+install(FILES tools/debuggers/vorn.py DESTINATION ${VORN_GDB_DIR} COMPONENT Development
   RENAME $<TARGET_FILE_NAME:vorn>-gdb.py)
+# lldb is told; it takes no name with dots.
+install(FILES tools/debuggers/vorn.py DESTINATION ${CMAKE_INSTALL_DATADIR}/vorn
+  COMPONENT Development RENAME vorn_lldb.py)
 
 foreach(tool vorn-ini pooled-report)
   if(TARGET ${tool})

@@ -32,7 +32,7 @@ if(VORN_LINKS_LOKI)
   string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libloki-dev")
 endif()
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "headers, build files and tools of libvorn
-What is needed to build against libvorn, printers for gdb, and two tools:
+What is needed to build against libvorn, printers for gdb and lldb, and two tools:
 vorn-ini for configuration files and pooled-report for pool reports.")
 
 string(TIMESTAMP VORN_PACKAGE_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)

@@ -101,5 +101,5 @@ check() {
 
 quick_checks="bare asan tsan valgrind coverage cppcheck tidy format packages reference hosts real-files models"
 build_packages="g++ cmake ninja-build libicu-dev libmimalloc-dev libloki-dev libcli11-dev help2man dpkg-dev ca-certificates"
-test_packages="libgtest-dev libbenchmark-dev python3 binutils gdb pkg-config acl libjemalloc2 libtcmalloc-minimal4"
+test_packages="libgtest-dev libbenchmark-dev python3 binutils gdb lldb pkg-config acl libjemalloc2 libtcmalloc-minimal4"
 peer_packages="pkg-config qtbase5-dev libglib2.0-dev libabsl-dev libboost-dev libinih-dev libsimpleini-dev zlib1g-dev"
