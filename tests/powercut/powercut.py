@@ -119,14 +119,15 @@ def record():
     return recorder.logs
 
 
-# The disk as it is after a cut before request `at`.
+# The disk as it is after a cut before request `at`, always the same one for the same arguments.
 def make(path, disk, log, at, kind):
+    lots = random.Random(at)
     subprocess.check_call(["cp", "--sparse=always", base(disk), path])
     flushed = max((n for n in range(at) if log[n].data is None), default=0)
     with open(path, "r+b") as image:
         for n, (_, offset, data) in enumerate(log[:at]):
             for start in range(0, len(data or b""), SECTOR):
-                if n < flushed or kind == "kept" or kind == "torn" and random.random() < 0.5:
+                if n < flushed or kind == "kept" or kind == "torn" and lots.random() < 0.5:
                     image.seek(offset + start)
                     image.write(data[start:start + SECTOR])
 
@@ -152,6 +153,12 @@ def judge(name, cuts):
     sys.exit(f"{TRIES} machines did not judge {[cut[0] for cut in cuts]}\n{said}")
 
 
+# The version, if the file is whole.
+def version_in(versions):
+    whole = re.fullmatch(r" ?4000 (\d+) ?", versions)
+    return whole and int(whole[1])
+
+
 for disk in DISKS:  # Each with an identity of its own.
     system = disk.split(":")[0].replace("noisy", "ext4")
     subprocess.check_call(["truncate", "-s", "320M", base(disk)])
@@ -169,16 +176,22 @@ batches = [cuts[n:n + AT_ONCE] for n in range(0, len(cuts), AT_ONCE)]
 with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     found = sum(pool.map(judge, map(str, range(len(batches))), batches), [])
 
+# A machine of its own looks again at what seems not to be whole, lest the first one was at fault.
+for n, cut in enumerate(cuts):
+    if cut[0] in WAYS and not version_in(found[n][0]):
+        print(f"{cut[0]}, cut {cut[2]}, {cut[3]}: {found[n]}; looked at again")
+        [found[n]] = judge("again", [cut])
+
 tally = collections.defaultdict(collections.Counter)
 for (disk, log, at, kind), (versions, before, after) in zip(cuts, found):
     saved = log[at - 1].saved
-    whole = re.fullmatch(r" ?4000 (\d+) ?", versions)
-    if not whole or int(whole[1]) < saved:
+    version = version_in(versions)
+    if not version or version < saved:
         print(f"{disk}, cut {at} of {len(log)}, {kind}, {saved} saved: {versions!r}")
     count = tally[disk]
     count["cuts"] += 1
-    count["lost"] += bool(whole) and int(whole[1]) < saved
-    count["mixed"] += not whole
+    count["lost"] += bool(version) and version < saved
+    count["mixed"] += not version
     count["left"] += int(before)
     count["left for good"] += int(after)
 for disk, *logs in zip(DISKS, *records):

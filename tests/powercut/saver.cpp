@@ -56,7 +56,7 @@ bool save(const Text& way, const Text& path, const Text& text) {
     if (way == "no-fsync-of-folder") return replace(path, text, true);
     if (way == "noise") return write(path, text, true);
     // Noise can put the empty file on the disk meanwhile.
-    return write(path, text, way == "truncate-and-fsync", 100000);
+    return write(path, text, way == "truncate-and-fsync", 400000);
 }
 
 }  // namespace
