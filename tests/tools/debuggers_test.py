@@ -22,15 +22,15 @@ EXPECTED = {
     "*number": "5",
     "clip->frames": "250",
     "none": "Vorn::Ptr<int> (null)",
-    "lock": 'CriticalSection {name = "lock", owner = 1, depth = 2}',
-    "guard": 'EasyCrit {name = "lock", owner = 1, depth = 2}',
+    "lock": 'CriticalSection {name = "lock", owner = 1, depth = 1}',
+    "unnamed": 'CriticalSection {name = "", owner = 0, depth = 0}',
+    "guard": 'EasyCrit {name = "lock", owner = 1, depth = 1}',
     "line": '"key = value"',
     "changed": '"key=new"',
-    "ini": 'VornIniFile with 2 sections '
-           '{[Audio] key = "new", [Video] key  = " value", [Video] = "; comment"}',
-    "section": 'SectionIterator on [Audio] {[Audio] key = "new"}',
+    "ini": 'VornIniFile with 2 sections {[A] key = "new", [V] key  = " value", [V] = "; comment"}',
+    "section": 'SectionIterator on [A] {[A] key = "new"}',
     "end": "SectionIterator (not valid)",
-    "settings": 'Settings {first = "1", [Video] width = "720", [Video] height = "576"}',
+    "settings": 'Settings {first = "", [V] width = "720", [V] height = "576"}',
     "unset": "Settings",
     "failure": 'RuntimeError {msg = "message", file = "file", line = 7}',
     "caught": 'RuntimeError {msg = "message", file = "file", line = 7}',
@@ -46,47 +46,41 @@ EXPECTED = {
 }
 
 
-def output(*command, **environment):
-    return subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+def run(program, *command, **environment):
+    return subprocess.run([*command, program], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, timeout=300,
                           env=dict(os.environ, LC_ALL="C.UTF-8", **environment)).stdout
 
 
-def gdb(program, *commands):
-    return output("gdb", "-nx", "-batch", *(f"-ex={c}" for c in commands), program)
-
-
-def lldb(program, *commands):
-    # Debian's does not find its own module, and follows the PATH to its Python.
-    prefix = pathlib.Path(shutil.which("lldb")).resolve().parent.parent
-    modules = next(map(str, prefix.glob("lib/python3.*/dist-packages")), "")
-    arguments = (argument for c in commands for argument in ("-o", c))
-    return output("lldb", "--no-lldbinit", "--batch", *arguments, program, PYTHONPATH=modules, PATH=os.defpath)
-
-
-def seen_by_gdb(printers, program):
-    commands = [c for e in EXPECTED for c in (f"echo >{e}\\n", f"print {e}")]
-    found = gdb(program, f"source {printers}", "break stop", "run", "up", *commands)
+def gdb(program):
+    asked = [f"-ex={c}" for e in EXPECTED for c in (f"echo >{e}\\n", f"print {e}")]
+    found = run(program, "gdb", "-nx", "-batch", f"-ex=source {printers}", "-ex=break stop", "-ex=run",
+                "-ex=up", *asked)
     shown = dict(re.findall(r"^>(.*)\n\$\d+ = (.*)$", found, re.M))
     return {e: text.replace(" = {", " {") for e, text in shown.items()}
 
 
-def seen_by_lldb(printers, program):
-    found = lldb(program, f"command script import {printers}", "breakpoint set -n stop", "run", "up",
-                 *(f"frame variable {e}" for e in EXPECTED))
-    shown = {}
-    for part in found.split("(lldb) frame variable ")[1:]:
-        expression, text = part.rstrip().split("\n", 1)
-        text = text.split(f" {expression} = ", 1)[-1]
-        text = re.sub(r"\n *\}", "}", re.sub(r"\{\n +", "{", text))
-        shown[expression] = re.sub(r"\[\d+\] = ", "", re.sub(r"\n +", ", ", text).replace(": {", " {"))
+def lldb(program):
+    # Debian's does not find its own module, and follows the PATH to its Python.
+    prefix = pathlib.Path(shutil.which("lldb")).resolve().parent.parent
+    modules = next(map(str, prefix.glob("lib/python3.*/dist-packages")), "")
+    commands = [f"command script import {printers}", "breakpoint set -n stop", "run", "up"]
+    commands += [f"frame variable {e}" for e in EXPECTED]
+    found = run(program, "lldb", "--no-lldbinit", "--batch", *(a for c in commands for a in ("-o", c)),
+                PYTHONPATH=modules, PATH=os.defpath)
+    shown = dict(part.rstrip().split("\n", 1) for part in found.split("(lldb) frame variable ")[1:])
+    for e, text in shown.items():
+        text = re.sub(r"\n *\}", "}", re.sub(r"\{\n +", "{", text.split(f" {e} = ", 1)[-1]))
+        text = re.sub(r"\n +", ", ", text).replace(": {", " {")
+        shown[e] = re.sub(r"\[\d+\] = ", "", text)
     return shown
 
 
 source, libraries = map(pathlib.Path, sys.argv[1:])
-debuggers = [seen for seen, run, command, end in (
-    (seen_by_gdb, gdb, "run", "exited normally"), (seen_by_lldb, lldb, "run", "exited with status = 0"),
-) if shutil.which(run.__name__) and end in run("/bin/true", command)]
+printers = source / "tools/debuggers/vorn.py"
+debuggers = [debugger for debugger, batch in ((gdb, ["-batch", "-ex=run"]), (lldb, ["-b", "-o", "run"]))
+             if shutil.which(debugger.__name__) and re.search(
+                 "exited (normally|with status = 0)", run("/bin/true", debugger.__name__, *batch))]
 if not debuggers:
     sys.exit(77)
 failed = False
@@ -100,11 +94,11 @@ with tempfile.TemporaryDirectory() as folder:
         subprocess.run([compiler, "-std=c++20", "-g", "-O0", f"-I{source}", "-o", program,
                         f"{source}/tests/programs/debuggee.cpp", f"-L{folder}", "-lvorn",
                         "-lvornplatform", f"-Wl,-rpath,{folder}"], check=True)
-        for seen in debuggers:
-            found = seen(source / "tools/debuggers/vorn.py", program)
+        for debugger in debuggers:
+            found = debugger(program)
             for expression, expected in EXPECTED.items():
                 text = re.sub(r"0x[0-9a-f]{3,}( <.*?>)?", "0x...", found.get(expression, "nothing"))
                 if text.removeprefix("0x... ") != expected:
-                    print(f"{compiler}, {seen.__name__}: {expression} shows\n{text}\nnot\n{expected}")
+                    print(f"{compiler}, {debugger.__name__}: {expression} shows\n{text}\nnot\n{expected}")
                     failed = True
 sys.exit(failed)

@@ -326,6 +326,9 @@ if "gdb" in globals():
         if isinstance(thing, Text):
             kind = gdb.lookup_type("char" if thing.width == 1 else "wchar_t").pointer()
             return gdb.Value(thing.address).cast(kind).lazy_string(length=thing.size)
+        if isinstance(thing, str):
+            encoded = thing.encode() + b"\0"
+            return gdb.Value(encoded, gdb.lookup_type("char").array(len(encoded) - 1))
         if isinstance(thing, Pointer):
             kind = thing.type or gdb.lookup_type("void")
             return gdb.Value(thing.address).cast(kind.pointer())
