@@ -32,19 +32,24 @@ std::string lineOf(const std::string& name, int maxInUse = 0, const std::string&
 
 // A folder of their own for the logs of this process and of its children; it outlives all loggers.
 const auto& root = *new std::string(testing::TempDir() + "vorn" + std::to_string(::getpid()) + '/');
-const auto& folder = *new std::string(root + "Vornhold/Logs/");
+const auto& logFolder = *new std::string(root + "Vornhold/Logs/");
 
 struct Logs {
-    Logs() { std::filesystem::create_directories(folder); }
+    Logs() { std::filesystem::create_directories(logFolder); }
     ~Logs() { std::filesystem::remove_all(root); }
     // Headers are taken out and counted.
     std::string takeReport() {
-        std::ifstream file(folder + "PooledObjects.log");
-        std::string report(std::istreambuf_iterator<char>(file), {});
-        std::filesystem::remove(folder + "PooledObjects.log");
+        const std::string path = logFolder + "PooledObjects.log";
+        std::string report(std::istreambuf_iterator<char>(std::ifstream(path).rdbuf()), {});
+        std::filesystem::remove(path);
         const std::string rule = "\n" + std::string(59, '-') + " ";
-        for (std::size_t at; (at = report.find(rule)) != report.npos; ++headers)
-            report.erase(at, rule.size() + sizeof "Thu Jan  1 00:00:00 1970\n\n" - 1);
+        constexpr std::size_t kDateSize = sizeof "Thu Jan  1 00:00:00 1970\n\n" - 1;
+        std::size_t header = report.find(rule);
+        while (header != report.npos) {
+            report.erase(header, rule.size() + kDateSize);
+            ++headers;
+            header = report.find(rule, header);
+        }
         return report;
     }
 
@@ -59,6 +64,13 @@ void buildOfEachKind() {
     new Logger("newest");
 }
 
+void exitOnAnotherThread() {
+    std::jthread([] {
+        buildOfEachKind();
+        std::exit(0);
+    });
+}
+
 void closeModule() {
     new Logger("program");
     void* const module = dlopen(VORN_LOGGER_MODULE, RTLD_NOW | RTLD_LOCAL);
@@ -71,7 +83,7 @@ void reportLate() {
     Logger logger("late");
     std::filesystem::remove_all(root);
     logger.dump();
-    if (!std::filesystem::create_directories(folder)) std::exit(1);
+    if (!std::filesystem::create_directories(logFolder)) std::exit(1);
 }
 
 // One while static objects end, others on a thread that goes on while exit does.
@@ -105,72 +117,103 @@ void buildWithoutHandler() {
     handlersRefused = false;
 }
 
-// The first test, since a process writes one header, and its children none after it.
+void runInChildren(void (*build)(), unsigned processes) {
+    for (unsigned child = 0; child < processes; ++child) {
+        if (::fork() != 0) continue;
+        build();
+        std::exit(0);
+    }
+    for (int status = 0; ::wait(&status) > 0;) EXPECT_EQ(status, 0);
+}
+
+std::string linesOf(const std::vector<std::string>& names) {
+    std::string lines;
+    for (const std::string& name : names) lines += lineOf(name);
+    return lines;
+}
+
+// The first tests, since a process writes one header, and its children none after it.
 TEST(PooledObject, ProcessesReportLoggersOnceNewestFirst) {
     const struct {
+        const char* way;
         void (*build)();
         unsigned processes;
         std::vector<std::string> names;
     } rows[] = {
-        {buildOfEachKind, 1, {"early", "newest", "static", "oldest"}},
-        {[] { std::jthread([] { buildOfEachKind(), std::exit(0); }); },
-         1,
-         {"early", "newest", "static", "oldest"}},
-        {closeModule, 1, {"module", "after module", "left by module", "program"}},
-        {reportLate, 1, {"late"}},
-        {buildAtExit, 1, {}},
-        {buildWithoutHandler, 1, {"older"}},
-        {reportOften, 2, std::vector<std::string>(402, std::string(60000, 'x'))},
+        {"each kind", buildOfEachKind, 1, {"early", "newest", "static", "oldest"}},
+        {"by thread", exitOnAnotherThread, 1, {"early", "newest", "static", "oldest"}},
+        {"module", closeModule, 1, {"module", "after module", "left by module", "program"}},
+        {"folder missing", reportLate, 1, {"late"}},
+        {"no handler", buildWithoutHandler, 1, {"older"}},
+        {"at once", reportOften, 2, std::vector<std::string>(402, std::string(60000, 'x'))},
     };
-    for (const auto& [build, processes, names] : rows) {
+    for (const auto& [way, build, processes, names] : rows) {
         Logs logs;
-        for (unsigned n = 0; n < processes; ++n)
-            if (::fork() == 0) build(), std::exit(0);
-        for (int status = 0; ::wait(&status) > 0;) EXPECT_EQ(status, 0);
-        std::string expected;
-        for (const std::string& name : names) expected += lineOf(name);
-        std::string report = logs.takeReport();
-        while (names.empty() && report.ends_with(lineOf("exiting")))  // As many as there were.
-            report.resize(report.size() - lineOf("exiting").size());
-        EXPECT_TRUE(report == expected) << report.substr(0, 999);
-        EXPECT_EQ(logs.headers, processes);
+        runInChildren(build, processes);
+        const std::string report = logs.takeReport();
+        EXPECT_TRUE(report == linesOf(names)) << way << ":\n" << report.substr(0, 999);
+        EXPECT_EQ(logs.headers, processes) << way;
     }
 }
 
-void use(Logger& logger, int pops) {
-    for (; pops > 0; --pops) logger.ltb_beforePop(0), logger.ltb_afterPop(nullptr, 0);
-    for (; pops < 0; ++pops) logger.ltb_beforePush(nullptr, 0), logger.ltb_afterPush(nullptr, 0);
+TEST(PooledObject, LoggersBuiltDuringTheExitAreReportedOrNot) {
+    Logs logs;
+    runInChildren(buildAtExit, 1);
+    std::string report = logs.takeReport();
+    const std::string line = lineOf("exiting");
+    while (report.ends_with(line)) report.resize(report.size() - line.size());
+    EXPECT_EQ(report, "") << "nothing but whole lines";
+    EXPECT_EQ(logs.headers, 1u);
+}
+
+struct Use {
+    double ms;
+    int pops, pushes;
+};
+
+void apply(const Use& use, Logger& logger) {
+    for (int pop = 0; pop < use.pops; ++pop) {
+        logger.ltb_beforePop(0);
+        logger.ltb_afterPop(nullptr, 0);
+    }
+    for (int push = 0; push < use.pushes; ++push) {
+        logger.ltb_beforePush(nullptr, 0);
+        logger.ltb_afterPush(nullptr, 0);
+    }
 }
 
 TEST(PooledObject, MeasuresDemand) {
     const struct {
         double createdMs;
-        std::vector<std::pair<double, int>> uses;  // Pops at a time, pushes where negative.
+        std::vector<Use> uses;
         int inUse, maxInUse;
         const char *rate, *atMs;
         double clockStep = 0;  // By which the clock goes on at each reading.
     } rows[] = {
-        {1, {{7501, 5}, {7501, -4}, {7501, 2}}, 3, 5, "0.00", "0.00"},
-        {1, {{7502, 1}, {7602, 4}, {7603, 1}}, 6, 6, "49.50", "7603.00"},
-        {0, {{8000, 1}, {8200, 2}, {8400, 1}}, 4, 4, "10.00", "8400.00"},
-        {0, {{8000, 1}, {8200, 1}, {8400, 1}, {8700, 1}}, 4, 4, "5.00", "8200.00"},
-        {-8000, {{50, 2}, {150, 1}}, 3, 3, "13.33", "150.00"},
+        {1, {{7501, 5, 0}, {7501, 0, 4}, {7501, 2, 0}}, 3, 5, "0.00", "0.00"},
+        {1, {{7502, 1, 0}, {7602, 4, 0}, {7603, 1, 0}}, 6, 6, "49.50", "7603.00"},
+        {0, {{8000, 1, 0}, {8200, 2, 0}, {8400, 1, 0}}, 4, 4, "10.00", "8400.00"},
+        {0, {{8000, 1, 0}, {8200, 1, 0}, {8400, 1, 0}, {8700, 1, 0}}, 4, 4, "5.00", "8200.00"},
+        {-8000, {{50, 2, 0}, {150, 1, 0}}, 3, 3, "13.33", "150.00"},
         // Five readings in a pop that sets a peak: age, interval twice, peak, next interval.
-        {0, {{8000, 1}, {8200, 1}}, 2, 2, "5.03", "8204.00", 1},
+        {0, {{8000, 1, 0}, {8200, 1, 0}}, 2, 2, "5.03", "8204.00", 1},
     };
     Logs logs;
     for (const auto& row : rows) {
+        SCOPED_TRACE("peak expected at " + std::string(row.atMs) + ", rate " + row.rate);
         test::Clock clock(row.createdMs);
         auto logger = std::make_unique<Logger>("pool");
         const auto& stats = *reinterpret_cast<LoggingStats* const*>(logger.get())[1];
         clock.step = row.clockStep;
-        for (const auto& [ms, pops] : row.uses) clock.ms = ms, use(*logger, pops);
+        for (const Use& use : row.uses) {
+            clock.ms = use.ms;
+            apply(use, *logger);
+        }
+        const std::time_t peak = stats.peakWallClock;
         EXPECT_EQ(stats.inUse, row.inUse);
-        EXPECT_LT((stats.peakAtMs > 0 ? std::time(nullptr) : 0) - stats.peakWallClock, 60);
-        const std::string line =
-            lineOf("pool", row.maxInUse, row.rate, row.atMs, stats.peakWallClock);
+        EXPECT_LT((stats.peakAtMs > 0 ? std::time(nullptr) : 0) - peak, 60);
         logger.reset();
-        EXPECT_EQ(logs.takeReport(), line);
+        EXPECT_EQ(logs.takeReport(), lineOf("pool", row.maxInUse, row.rate, row.atMs, peak));
     }
 }
 
