@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <barrier>
 #include <chrono>
 #include <list>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -18,88 +20,128 @@ namespace {
 
 using Vorn::Exception::RuntimeError;
 
-// What the next operation gets, and what its key should come to.
-Vorn::NamedObjectsNamespace* space;
-const std::type_info* type;
-const char* name;
-char* argument;
-struct Key {
-    char* object = nullptr;
-    unsigned depth = 0;
-} * key;
-
-char objects[2];
-
-void* make() {
-    return argument;
-}
-
-void* makeAfterOther() {
-    return space->create_(*type, name, &objects[0]), &objects[1];
-}
-
-using Action = std::string (*)();
-#define ACTION(...) []() -> std::string { return __VA_ARGS__; }
-#define ROW(real, model) std::pair<Action, Action>(ACTION((real, "")), ACTION(model))
+char first, second;  // Objects to register.
 
 constexpr char kDuplicate[] = "Attempted to create named objects with duplicate names!";
 constexpr char kNotLocked[] =
     "Attempted to unlock a named object that had not previously been locked!";
 
-// Operations; and what they do to the key, or the message that they fail with.
-const std::pair<Action, Action> operations[] = {
-    ROW(space->unlock_(*type, name), key->depth ? (--key->depth, "") : kNotLocked),
-    ROW(space->find_(*type, name), ""),
-    ROW(space->remove_(*type, name), (key->object = nullptr, "")),
-    ROW(space->create_(*type, name, argument),
-        key->object ? kDuplicate : (key->object = argument, "")),
-    ROW(space->createOrReplace_(*type, name, argument), (key->object = argument, "")),
-    ROW(space->lock_(*type, name, true), (++key->depth, "")),
-    ROW(space->findOrCreate_(*type, name, make),
-        (key->object = key->object ? key->object : argument, "")),
-    ROW(space->findOrCreate_(*type, name, []() -> void* { throw RuntimeError("thrown", "", 1); }),
-        key->object ? "" : "thrown"),
-    ROW(space->findOrCreate_(*type, name, makeAfterOther),
-        (key->object = key->object ? key->object : objects, "")),
+enum Operation { kUnlock, kFind, kRemove, kCreate, kCreateOrReplace, kLock, kFindOrCreate };
+constexpr std::size_t kOperations = 7;
+
+// One use of a key. A factory has no arguments, so it finds the use that it is run for here.
+struct Use {
+    enum class Factory { returns, throws, registersOther };
+
+    // Returns the message that it fails with.
+    std::string operator()(Vorn::NamedObjectsNamespace& space) const {
+        try {
+            run(space);
+            return "";
+        } catch (const RuntimeError& error) {
+            return error.msg();
+        }
+    }
+    void run(Vorn::NamedObjectsNamespace& space) const {
+        if (operation == kUnlock) space.unlock_(*type, name);
+        if (operation == kFind) space.find_(*type, name);
+        if (operation == kRemove) space.remove_(*type, name);
+        if (operation == kCreate) space.create_(*type, name, object);
+        if (operation == kCreateOrReplace) space.createOrReplace_(*type, name, object);
+        if (operation == kLock) space.lock_(*type, name, true);
+        if (operation == kFindOrCreate) findOrCreate(space);
+    }
+    void findOrCreate(Vorn::NamedObjectsNamespace& space) const {
+        static const Use* running;
+        static Vorn::NamedObjectsNamespace* used;
+        running = this;
+        used = &space;
+        space.findOrCreate_(*type, name, [] { return running->make(*used); });
+    }
+    void* make(Vorn::NamedObjectsNamespace& space) const {
+        if (factory == Factory::throws) throw RuntimeError("thrown", "", 1);
+        if (factory == Factory::returns) return object;
+        space.create_(*type, name, &first);
+        return &second;
+    }
+
+    Operation operation;
+    const std::type_info* type;
+    const char* name;
+    void* object;
+    Factory factory;
 };
 
-std::string outcome(Action action) {
-    try {
-        return action();
-    } catch (const RuntimeError& error) {
-        return error.msg();
+// What a key should come to: its object, and how often it is locked.
+struct KeyModel {
+    // Returns the message that the use fails with.
+    std::string apply(const Use& use) {
+        const bool registers = use.operation == kCreate || use.operation == kCreateOrReplace;
+        if (!use.name) return "Invalid object name!";
+        if (registers && !use.object) return "'object' cannot be NULL!";
+        if (use.operation == kCreate && object) return kDuplicate;
+        if (registers) object = use.object;
+        if (use.operation == kRemove) object = nullptr;
+        if (use.operation == kLock) ++depth;
+        if (use.operation == kUnlock) return unlock();
+        if (use.operation == kFindOrCreate && !object) return make(use);
+        return "";
     }
-}
+    std::string unlock() {
+        if (depth == 0) return kNotLocked;
+        --depth;
+        return "";
+    }
+    std::string make(const Use& use) {
+        if (use.factory == Use::Factory::throws) return "thrown";
+        object = use.factory == Use::Factory::returns ? use.object : &first;
+        return "";
+    }
 
-std::size_t countKeys() {
-    return reinterpret_cast<std::list<Vorn::NamedObjectInfo*>*>(space)->size();
+    void* object = nullptr;
+    unsigned depth = 0;
+};
+
+std::size_t countKeys(const Vorn::NamedObjectsNamespace& space) {
+    return reinterpret_cast<const std::list<Vorn::NamedObjectInfo*>&>(space).size();
 }
 
 // Types and names with the same check.
 struct Bamabit {};
 struct Bapabam {};
 
+Use chooseUse(std::mt19937& random) {
+    const std::type_info* const types[] = {&typeid(Bamabit), &typeid(Bapabam)};
+    const char* const names[] = {"", "name", "Name", "Bamabit", "Bapabam", nullptr};
+    void* const objects[] = {&first, &second, &first, nullptr};
+    // Each kind of factory is as frequent as another operation.
+    const auto choice = random() % (kOperations + 2);
+    const auto factory = choice < kOperations ? 0 : choice - kOperations + 1;
+    return {Operation(std::min<std::size_t>(choice, kOperations - 1)), types[random() % 2],
+            names[random() % 6], objects[random() % 4], Use::Factory(factory)};
+}
+
 TEST(NamedObjects, BehaveLikeAMap) {
     const auto check = Vorn::CRC::CalculateCRC32ForBlock;
     ASSERT_EQ(check("Bamabit", 7), check("Bapabam", 7));
-    const char* const names[] = {"", "name", "Name", "Bamabit", "Bapabam", nullptr};
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
-        Vorn::NamedObjectsNamespace owner("test");
-        space = &owner;
-        Key keys[2][6];
+        Vorn::NamedObjectsNamespace space("test");
+        std::map<std::pair<const std::type_info*, std::string>, KeyModel> models;
         for (int step = 0; step < 100; ++step) {
-            const auto t = random() % 2, n = random() % 6, row = random() % 9;
-            type = t ? &typeid(Bamabit) : &typeid(Bapabam), name = names[n], key = &keys[t][n];
-            argument = random() % 4 ? &objects[random() % 2] : nullptr;
-            const bool misused = !argument && (row == 3 || row == 4);
-            const std::string expected = !name     ? "Invalid object name!"
-                                         : misused ? "'object' cannot be NULL!"
-                                                   : operations[row].second();
-            const std::size_t known = countKeys();
-            ASSERT_EQ(outcome(operations[row].first), expected);
-            ASSERT_TRUE(!name || space->find_(*type, name) == key->object);
-            ASSERT_LE(countKeys(), known + (row > 2 && expected.empty()));
+            const Use use = chooseUse(random);
+            const std::string name = use.name ? use.name : "(null)";
+            SCOPED_TRACE("operation " + std::to_string(use.operation) + " of " + use.type->name() +
+                         ' ' + name + ", step " + std::to_string(step));
+            KeyModel& model = models[{use.type, name}];
+            const std::size_t keysBefore = countKeys(space);
+            const std::string expected = model.apply(use);
+            const bool mayAdd = use.operation >= kCreate && expected.empty();
+            ASSERT_EQ(use(space), expected);
+            if (use.name) {
+                ASSERT_EQ(space.find_(*use.type, use.name), model.object);
+            }
+            ASSERT_LE(countKeys(space), keysBefore + mayAdd);
         }
     }
 }
@@ -140,26 +182,27 @@ TEST(NamedObjects, ThreadsShareOneGlobalNamespace) {
 
 TEST(NamedObjects, ThreadsWaitForHeldKeysAlone) {
     const test::Threads locks;
-    Vorn::NamedObjectsNamespace owner("test");
-    space = &owner, type = &typeid(int), name = "held", argument = objects;
-    space->lock_(*type, name, true);
+    Vorn::NamedObjectsNamespace space("test");
+    space.lock<int>("held");
     std::atomic<unsigned> done = 0;
-    std::barrier together(7);
+    std::barrier together(kOperations);
     std::vector<std::jthread> waiters;
-    for (unsigned row = 1; row < 7; ++row)
-        waiters.emplace_back([&, row] {
-            EXPECT_FALSE(space->lock_(*type, name, false));
-            EXPECT_EQ(outcome(operations[0].first), kNotLocked);
+    for (std::size_t waiting = 1; waiting < kOperations; ++waiting)
+        waiters.emplace_back([&, waiting] {
+            const Use unlock{kUnlock, &typeid(int), "held", nullptr, {}};
+            const Use use{Operation(waiting), &typeid(int), "held", &first, {}};
+            EXPECT_FALSE(space.lock<int>("held", false));
+            EXPECT_EQ(unlock(space), kNotLocked);
             together.arrive_and_drop();
-            outcome(operations[row].first);
+            use(space);
             ++done;
-            outcome(operations[0].first);
+            unlock(space);
         });
     together.arrive_and_wait();
-    for (int n = 0; n < 10000; ++n)  // Time for those that do not wait.
-        EXPECT_EQ(space->findOrCreate<char>("another", make), objects);
+    for (int uses = 0; uses < 10000; ++uses)  // Time for those that do not wait.
+        EXPECT_EQ(space.findOrCreate<char>("another", []() -> void* { return &second; }), &second);
     EXPECT_EQ(done, 0u);
-    space->unlock_(*type, name);
+    space.unlock<int>("held");
 }
 
 }  // namespace
