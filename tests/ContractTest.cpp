@@ -6,8 +6,10 @@
 #include <bit>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"
@@ -22,74 +24,130 @@ std::vector<std::size_t> positions(Operation... operations) {
     return {std::bit_cast<Words>(operations)[0] / sizeof(void*) - 1 ...};
 }
 
-TEST(Contract, OperationsKeepTheirPositions) {
+using Positions = std::vector<std::size_t>;
+
+TEST(Contract, SystemServicesKeepTheirPositions) {
     using S = iSystemServices;
-    using M = iMemoryServices;
-    using T = iTextServices;
-    using E = Vorn::Exception::Base;
+    EXPECT_EQ(positions(&S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
+                        &S::atomicServices, &S::systemInfo, &S::pathServices),
+              (Positions{1, 2, 3, 4, 5, 8, 11}));
+}
+
+TEST(Contract, OperationsOfServicesKeepTheirPositions) {
+    using Memory = iMemoryServices;
+    using Text = iTextServices;
+    using Lock = iCriticalSection;
+    using Atomic = iAtomicServices;
+    EXPECT_EQ(positions(&Memory::allocate, &Memory::free, &Memory::reclaim,
+                        &Memory::registerReclaimable, &Memory::unregisterReclaimable),
+              (Positions{1, 3, 4, 6, 7}));
+    EXPECT_EQ(positions(&iReclaimable::reclaimableBytes, &iReclaimable::reclaim,
+                        &iReclaimable::reclaimAll),
+              (Positions{1, 2, 3}));
+    EXPECT_EQ(positions(&Text::wideFromAscii, &Text::utf8FromWide, &Text::wideFromUtf8,
+                        &Text::nowMilliseconds),
+              (Positions{1, 3, 4, 5}));
+    EXPECT_EQ(positions(&iFileServices::openFile, &iFileServices::pathSeparator),
+              (Positions{12, 33}));
+    EXPECT_EQ(positions(&iFile::read, &iFile::write, &iFile::size), (Positions{1, 5, 13}));
+    EXPECT_EQ(positions(&iThreadServices::createCriticalSection, &iThreadServices::currentThreadId),
+              (Positions{1, 9}));
+    EXPECT_EQ(positions(&Lock::enter, &Lock::tryEnter, &Lock::leave), (Positions{1, 2, 3}));
+    EXPECT_EQ(positions(&Atomic::increment, &Atomic::decrement, &Atomic::compareExchangePointer),
+              (Positions{1, 2, 6}));
+    EXPECT_EQ(positions(&iSystemInfo::getNumProcessors), (Positions{1}));
+    EXPECT_EQ(positions(&iPathServices::getFolderPath), (Positions{4}));
+}
+
+TEST(Contract, OperationsOfClassesKeepTheirPositions) {
+    using Failure = Vorn::Exception::Base;
     using V = Vector<int>;
-    const auto found = positions(
-        &S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
-        &S::atomicServices, &S::systemInfo, &S::pathServices, &M::allocate, &M::free, &M::reclaim,
-        &M::registerReclaimable, &M::unregisterReclaimable, &T::wideFromAscii, &T::utf8FromWide,
-        &T::wideFromUtf8, &T::nowMilliseconds, &iFileServices::openFile,
-        &iFileServices::pathSeparator, &iFile::read, &iFile::write, &iFile::size,
-        &iThreadServices::createCriticalSection, &iThreadServices::currentThreadId,
-        &iCriticalSection::enter, &iCriticalSection::tryEnter, &iCriticalSection::leave,
-        &iAtomicServices::increment, &iAtomicServices::decrement,
-        &iAtomicServices::compareExchangePointer, &iSystemInfo::getNumProcessors,
-        &iPathServices::getFolderPath, &iReclaimable::reclaimableBytes, &iReclaimable::reclaim,
-        &iReclaimable::reclaimAll, &E::what, &E::msg, &E::file, &E::line, &V::add, &V::push_back,
-        &V::locate, &V::intern, &V::insert, &V::removeIdx, &V::remove, &V::removeItem, &V::clear,
-        &V::consume);
-    EXPECT_EQ(found,
-              (std::vector<std::size_t>{1,  2,  3, 4, 5,  8, 11, 1, 3, 4, 6, 7, 1, 3, 4, 5,
-                                        12, 33, 1, 5, 13, 1, 9,  1, 2, 3, 1, 2, 6, 1, 4, 1,
-                                        2,  3,  1, 2, 3,  4, 1,  2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    EXPECT_EQ(positions(&Failure::what, &Failure::msg, &Failure::file, &Failure::line),
+              (Positions{1, 2, 3, 4}));
+    EXPECT_EQ(positions(&V::add, &V::push_back, &V::locate, &V::intern, &V::insert, &V::removeIdx,
+                        &V::remove, &V::removeItem, &V::clear, &V::consume),
+              (Positions{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 // Hands out one block, or fails where it has none, and notes what it was given.
 struct OneBlock : test::ForwardingMemory {
     void* allocate(std::size_t bytes) override {
-        return asked = bytes, block || quiet ? block : throw 1;
+        asked = bytes;
+        if (!block && !failsWithNull) throw 1;
+        return block;
     }
     void free(void* released) override { freed = released; }
 
     alignas(128) char storage[64];
     void *block = storage, *freed = nullptr;
     std::size_t asked = 0;
-    bool quiet = false;  // Whether it fails with null.
+    bool failsWithNull = false;
 };
 
-// Blocks aligned to a `unit` above 0 start at the first multiple that leaves a word below it. The
-// functions are for the compiler, which knows what operators do and leaves calls of them out.
-void check(std::size_t unit, bool nothrow, const std::function<void*(std::size_t)>& obtain,
-           const std::function<void(void*)>& release) {
-    OneBlock memory;
-    using Guard = test::Override<iMemoryServices>;
+// A way to obtain blocks and release them. The functions are for the compiler, which knows what
+// operators do and leaves calls of them out.
+struct Allocation {
+    void* obtainFrom(OneBlock& memory, std::size_t bytes) const {
+        const test::Override<iMemoryServices> installation(&memory);
+        return obtain(bytes);
+    }
+    void releaseTo(OneBlock& memory, void* block) const {
+        const test::Override<iMemoryServices> installation(&memory);
+        release(block);
+    }
+
+    std::size_t alignment;  // 0 where blocks come as they are.
+    bool nothrow;
+    std::function<void*(std::size_t)> obtain;
+    std::function<void(void*)> release;
+};
+
+// Aligned blocks start at the first multiple that leaves a word below it.
+void expectBlocksOf(OneBlock& memory, const Allocation& allocation) {
+    const std::size_t alignment = allocation.alignment;
     for (const std::size_t offset : {0u, 4u, 8u, 12u}) {
+        SCOPED_TRACE("alignment " + std::to_string(alignment) + ", platform's block at offset " +
+                     std::to_string(offset));
+        const std::size_t aligned =
+            alignment == 0 ? offset : (offset + 7 + alignment) / alignment * alignment;
         memory.block = memory.storage + offset;
-        void* const block = (Guard(&memory), obtain(offset));
-        (Guard(&memory), release(block));
-        EXPECT_EQ(block, memory.storage + (unit ? (offset + 7 + unit) / unit * unit : offset));
-        EXPECT_TRUE(memory.asked == offset + 2 * unit && memory.freed == memory.block);
+        void* const block = allocation.obtainFrom(memory, offset);
+        allocation.releaseTo(memory, block);
+        EXPECT_EQ(block, memory.storage + aligned);
+        EXPECT_EQ(memory.asked, offset + 2 * alignment);
+        EXPECT_EQ(memory.freed, memory.block);
     }
+}
+
+void expectFailuresOf(OneBlock& memory, const Allocation& allocation) {
+    const std::size_t tooMany = SIZE_MAX - allocation.alignment;
     memory.block = nullptr;
-    for (const bool quiet : {nothrow, false}) {
-        memory.quiet = quiet;
-        EXPECT_TRUE(!nothrow || (Guard(&memory), !obtain(0) && !obtain(SIZE_MAX - unit)));
+    if (!allocation.nothrow) {
+        EXPECT_DEATH(allocation.obtainFrom(memory, 0), "terminate");
+        EXPECT_THROW(allocation.obtain(tooMany), std::bad_alloc);
+        return;
     }
-    if (nothrow) return;
-    EXPECT_DEATH((Guard(&memory), obtain(0)), "terminate");
-    EXPECT_THROW(obtain(SIZE_MAX - unit), std::bad_alloc);
+    for (const bool withNull : {true, false}) {
+        memory.failsWithNull = withNull;
+        EXPECT_EQ(allocation.obtainFrom(memory, 0), nullptr) << "platform gave null: " << withNull;
+        EXPECT_EQ(allocation.obtainFrom(memory, tooMany), nullptr);
+    }
+}
+
+void check(const Allocation& allocation) {
+    OneBlock memory;
+    expectBlocksOf(memory, allocation);
+    expectFailuresOf(memory, allocation);
 }
 
 template <class... Arguments>
-void checkOperators(std::size_t unit, bool nothrow, Arguments... arguments) {
-    const auto one = [=](std::size_t n) { return ::operator new(n, arguments...); };
-    const auto array = [=](std::size_t n) { return ::operator new[](n, arguments...); };
-    check(unit, nothrow, one, [=](void* p) { ::operator delete(p, arguments...); });
-    check(unit, nothrow, array, [=](void* p) { ::operator delete[](p, arguments...); });
+void checkOperators(std::size_t alignment, bool nothrow, Arguments... arguments) {
+    check({alignment, nothrow,
+           [=](std::size_t bytes) { return ::operator new(bytes, arguments...); },
+           [=](void* block) { ::operator delete(block, arguments...); }});
+    check({alignment, nothrow,
+           [=](std::size_t bytes) { return ::operator new[](bytes, arguments...); },
+           [=](void* block) { ::operator delete[](block, arguments...); }});
 }
 
 TEST(Contract, MemoryComesFromThePlatform) {
@@ -97,7 +155,7 @@ TEST(Contract, MemoryComesFromThePlatform) {
     checkOperators(0, true, std::nothrow);
     checkOperators(16, false, std::align_val_t(8));
     checkOperators(64, true, std::align_val_t(64), std::nothrow);
-    check(16, false, CPUAlignedNew, CPUAlignedDelete);
+    check({16, false, CPUAlignedNew, CPUAlignedDelete});
 }
 
 TEST(Contract, CountsThatWrapAreRefused) {
@@ -121,10 +179,22 @@ TEST(Contract, PushingBackAddsThroughTheVirtualTable) {
 std::string calls;
 
 struct Traced : test::ForwardingMemory, iAtomicServices {
-    void* allocate(std::size_t bytes) override { return calls += 'n', next->allocate(bytes); }
-    void free(void* block) override { calls += 'f', next->free(block); }
-    void increment(std::int32_t* n) override { calls += '+', ++*n; }
-    std::int32_t decrement(std::int32_t* n) override { return calls += '-', --*n; }
+    void* allocate(std::size_t bytes) override {
+        calls += 'n';
+        return next->allocate(bytes);
+    }
+    void free(void* block) override {
+        calls += 'f';
+        next->free(block);
+    }
+    void increment(std::int32_t* counter) override {
+        calls += '+';
+        ++*counter;
+    }
+    std::int32_t decrement(std::int32_t* counter) override {
+        calls += '-';
+        return --*counter;
+    }
     void* compareExchangePointer(void** target, void* fresh, void* old) override {
         calls += fresh && *static_cast<void**>(fresh) == old ? 'l' : 'x';
         return std::exchange(*target, fresh);
@@ -156,14 +226,17 @@ TEST(Contract, HandlesCallThePlatformInOrder) {
     EXPECT_EQ(trace([&] { copy = handle; }), "+");
     EXPECT_EQ(**reinterpret_cast<std::int32_t**>(&copy), 2) << "the first word is the counter's";
     EXPECT_EQ(trace([&] { copy = handle; }), "++--");
-    EXPECT_EQ(trace([&] { copy = std::as_const(copy), Handle(nullptr) = Handle(); }), "");
+    EXPECT_EQ(trace([&] { copy = std::as_const(copy); }), "");
+    EXPECT_EQ(trace([&] { Handle(nullptr) = Handle(); }), "");
     EXPECT_EQ(trace([&] { Handle{copy} = Handle(); }), "+-");
     EXPECT_EQ(trace([&] { copy = std::move(handle); }), "-");
     EXPECT_EQ(trace([&] { copy = other; }), "++--f~f") << "the counter's block goes first";
-    EXPECT_EQ(trace([&] { other = Handle(), copy.decRef(); }), "--f~f");
+    EXPECT_EQ(trace([&] { other = Handle(); }), "-");
+    EXPECT_EQ(trace([&] { copy.decRef(); }), "-f~f");
     EXPECT_EQ(copy.get(), nullptr);
     Internal internal = Internal::adopt(objects[1], &objects[1]->references), second(internal);
-    EXPECT_EQ(trace([&] { second = Internal(), internal = Internal(); }), "--~f");
+    EXPECT_EQ(trace([&] { second = Internal(); }), "-");
+    EXPECT_EQ(trace([&] { internal = Internal(); }), "-~f");
 }
 
 TEST(Contract, StacksLinkNodesBeforeTheyShow) {
@@ -171,27 +244,53 @@ TEST(Contract, StacksLinkNodesBeforeTheyShow) {
         Node* next = nullptr;
     } nodes[2];
     Vorn::LockFree::Stack<Node> stack;
-    EXPECT_EQ(trace([&] { stack.push(&nodes[0]), stack.push(&nodes[1]); }), "l+l+");
-    EXPECT_EQ(trace([&] { stack.pop(), stack.pop(), stack.pop(); }), "x-x-");
+    EXPECT_EQ(trace([&] { stack.push(&nodes[0]); }), "l+");
+    EXPECT_EQ(trace([&] { stack.push(&nodes[1]); }), "l+");
+    EXPECT_EQ(trace([&] { stack.pop(); }), "x-");
+    EXPECT_EQ(trace([&] { stack.pop(); }), "x-");
+    EXPECT_EQ(trace([&] { stack.pop(); }), "") << "empty";
 }
 
-TEST(Contract, LocksKeepBookOfEntries) {
+const CriticalSection::Rep& repOf(const CriticalSection& section) {
+    return *reinterpret_cast<const Vorn::Ptr<CriticalSection::Rep>&>(section);
+}
+
+TEST(Contract, LocksStartOverWithAValueForThePlatform) {
     const test::Threads threads;
     CriticalSection section(7u);
     EXPECT_EQ(threads.value, 7u);
     section.setName("name");
     section.init(8);
-    const auto& rep = **reinterpret_cast<Vorn::Ptr<CriticalSection::Rep>*>(&section);
-    EXPECT_TRUE(threads.value == 8 && !rep.name.textAt(0));
+    EXPECT_EQ(threads.value, 8u);
+    EXPECT_EQ(repOf(section).name.textAt(0), nullptr);
+}
+
+void expectHeld(CriticalSection& section, unsigned depth) {
     const unsigned self = OS()->threadServices()->currentThreadId();
-    for (unsigned depth = 0; const char step : {'e', 'a', 'e', 'l', 'a', 'l', 'l', 'l'}) {
-        if (step == 'e') section.enter();
-        EXPECT_EQ(step == 'a' ? section.attemptEntry() : 0, 0);
-        if (step == 'l') section.leave();
-        depth += step == 'l' ? -1u : 1u;
-        EXPECT_TRUE(rep.count == depth && section.owner() == (depth > 0 ? self : 0));
-        EXPECT_EQ((EasyCrit(section), rep.count), depth + 1);
-        std::jthread([&] { EXPECT_EQ(section.attemptEntry(), depth > 0 ? -1 : 0); });
+    EXPECT_EQ(repOf(section).count, depth);
+    EXPECT_EQ(section.owner(), depth > 0 ? self : 0);
+    {
+        const EasyCrit oneMore(section);
+        EXPECT_EQ(repOf(section).count, depth + 1);
+    }
+    std::jthread other([&] {
+        const int answer = section.attemptEntry();
+        EXPECT_EQ(answer, depth > 0 ? -1 : 0);
+        if (answer == 0) section.leave();
+    });
+}
+
+TEST(Contract, LocksKeepBookOfEntries) {
+    CriticalSection section;
+    section.enter();
+    expectHeld(section, 1);
+    EXPECT_EQ(section.attemptEntry(), 0);
+    expectHeld(section, 2);
+    section.enter();
+    expectHeld(section, 3);
+    for (const unsigned left : {2u, 1u, 0u}) {
+        section.leave();
+        expectHeld(section, left);
     }
 }
 
