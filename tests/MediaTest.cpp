@@ -6,15 +6,19 @@ namespace {
 
 // The remainder of the bits, least significant first, modulo x^32 + x^5 + x^3 + x^2 + 1.
 TEST(CRC, BlocksAndBytesFollowTheDivision) {
+    constexpr std::uint64_t kPolynomial = 0x10000002D;
     char bytes[300];
-    std::uint64_t check = 0;
+    std::uint64_t remainder = 0;
     unsigned iterated = 0;
-    for (unsigned n = 0; n < 300; ++n) {
-        ASSERT_TRUE(Vorn::CRC::CalculateCRC32ForBlock(bytes, n) == check && iterated == check) << n;
-        bytes[n] = static_cast<char>(n * 37);
-        iterated = Vorn::CRC::IterateCRC32(bytes[n], iterated);
-        for (int bit = 0; bit < 8; ++bit)
-            check = (check << 1 | (bytes[n] >> bit & 1)) ^ (check >> 31) * 0x10000002D;
+    for (unsigned size = 0; size < 300; ++size) {
+        ASSERT_EQ(Vorn::CRC::CalculateCRC32ForBlock(bytes, size), remainder) << size << " bytes";
+        ASSERT_EQ(iterated, remainder) << size << " bytes";
+        bytes[size] = static_cast<char>(size * 37);
+        iterated = Vorn::CRC::IterateCRC32(bytes[size], iterated);
+        for (int bit = 0; bit < 8; ++bit) {
+            remainder = remainder << 1 | (bytes[size] >> bit & 1);
+            if (remainder >> 32 != 0) remainder ^= kPolynomial;
+        }
     }
 }
 
