@@ -81,7 +81,10 @@ struct MemoryLedger : ForwardingMemory {
         installation.noteUse();
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
-        if (failIn > 0 && --failIn == 0) ++refused, throw std::bad_alloc();
+        if (failIn > 0 && --failIn == 0) {
+            ++refused;
+            throw std::bad_alloc();
+        }
         void* const block = next->allocate(bytes);
         std::memset(block, 0xA5, bytes);  // So that what nobody sets shows.
         blocks.insert(block);
@@ -144,7 +147,10 @@ struct MemoryFiles : iFileServices {
         contents[path] = bytes;
     }
     /// The bytes of a file; none for a file that does not exist.
-    std::string get(const WString& p) const { return contents.count(p) ? contents.at(p) : ""; }
+    std::string get(const WString& path) const {
+        const auto file = contents.find(path);
+        return file == contents.end() ? "" : file->second;
+    }
     wchar_t pathSeparator() override {
         installation.noteUse();
         return '/';
@@ -194,9 +200,20 @@ struct Clock : iTextServices {
 /// have their turn after each, so that what a lock should have covered shows.
 struct Threads : iThreadServices {
     struct Lock : posix::Counted<iCriticalSection> {
-        void enter() override { lock->enter(), ++held; }
-        bool tryEnter() override { return lock->tryEnter() && ++held; }
-        void leave() override { --held, lock->leave(), std::this_thread::yield(); }
+        void enter() override {
+            lock->enter();
+            ++held;
+        }
+        bool tryEnter() override {
+            const bool entered = lock->tryEnter();
+            if (entered) ++held;
+            return entered;
+        }
+        void leave() override {
+            --held;
+            lock->leave();
+            std::this_thread::yield();
+        }
         Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
     };
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
