@@ -67,11 +67,20 @@ void edit(FuzzInput& in, Entries& entries, std::vector<Entry>& expected) {
             pair = AttribValuePair(WString(L"\xE9\0x", 3), L"", ';');
             entry = {"\xC3\xA9;", "\xC3\xA9", ""};
         },
-        [&] { pair.setAttrib(other.getAttrib()), entry.attrib = source.attrib, entry.state = 2; },
-        [&] { pair.setValue(other.getValue()), entry.value = source.value, entry.state = 2; },
+        [&] {
+            pair.setAttrib(other.getAttrib());
+            entry.attrib = source.attrib;
+            entry.state = 2;
+        },
+        [&] {
+            pair.setValue(other.getValue());
+            entry.value = source.value;
+            entry.state = 2;
+        },
         [&] {
             pair.setLine(other.getLine());
-            (entry = IniModel::entryOf(source.line, '=')).state = 1;
+            entry = IniModel::entryOf(source.line, '=');
+            entry.state = 1;
         },
         [&] {
             pair = other;
@@ -79,7 +88,11 @@ void edit(FuzzInput& in, Entries& entries, std::vector<Entry>& expected) {
             if (source.state == 2) source.line = entry.line;
             entry = source;
         },
-        [&] { entries.pop_back(), expected.pop_back(); }, [] {});
+        [&] {
+            entries.pop_back();
+            expected.pop_back();
+        },
+        [] {});
 }
 
 }  // namespace
@@ -102,7 +115,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         assert(reader.sectionExists(toString(name)) == model.sections.contains(name));
         in.choose(
             [&] {
-                files.put(L"in", text), model.load(text, delimiter);
+                files.put(L"in", text);
+                model.load(text, delimiter);
                 assert(ini.load(L"in", delimiter) == !text.empty());
             },
             [&] {

@@ -25,7 +25,8 @@ struct Change {
     bool operator()(SettingsModel& model) const {
         if (kind == kErase) return model.erase(section, key);
         if (kind == kEraseSection) return model.eraseSection(section);
-        return model.set(section, key, value), true;
+        model.set(section, key, value);
+        return true;
     }
 
     Kind kind;

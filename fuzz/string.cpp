@@ -38,8 +38,10 @@ void checkReads(const String& s, const String& o, const std::string& word, char 
     assert((s <= o) == (both ? text <= other : some == someO));
     assert((s > o) == (both && text > other));
     assert((s >= o) == (both ? text >= other : some == someO));
-    assert((s == w) == (text == word) && (s == null) == blank &&
-           (s <= w) == (some && text <= word) && (s >= w) == (some && text >= word));
+    assert((s == w) == (text == word));
+    assert((s == null) == blank);
+    assert((s <= w) == (some && text <= word));
+    assert((s >= w) == (some && text >= word));
     assert(std::bit_cast<long>(s.asDouble()) == std::bit_cast<long>(std::atof(text.c_str())));
     assert(s.compareCaseInsensitive(w) == (word != "" && folded(word) == folded(text)));
     for (const bool cased : {false, true}) {
@@ -82,94 +84,145 @@ void checkRep(const std::string& text, char c, unsigned from, unsigned to) {
     assert(bytes() == made);
     const unsigned room = StringRep::sizeFor(rep.length);
     assert(rep.capacity == (made.size() > text.size() ? room : text.size() + 1));
-    rep.append(nullptr, 1), rep.resizeFor(from);
+    rep.append(nullptr, 1);
+    rep.resizeFor(from);
     assert(rep.capacity == StringRep::sizeFor(from) && bytes() == made.substr(0, rep.capacity - 1));
 }
 
 // The operands may be parts of the string that is edited, or of one that shares its text.
 void edit(Strings& all, FuzzInput& in) {
-    const unsigned i = in.pick(4), j = in.pick(4), k = in.pick(4), v = in.pick(2);
-    String &s = all.strings[i], &o = all.strings[j], &source = all.strings[k];
-    std::string &m = all.models[i], &p = all.models[j], &seen = all.seen[v];
-    SubString& view = all.views[v];
-    if (s.size() > 200) s = String(), m = "";
-    const unsigned offset = in.pick(source.size() + 1), n = in.pick(source.size() - offset + 1);
-    const unsigned at = in.pick(s.size() + 4), count = in.flag() ? n : 0 - n;
-    const unsigned asked = source.textAt(0) ? n : at;  // Null gives nothing, whatever is asked for.
-    const char *const src = source.textAt(0), *const text = source.textAt(offset);
-    const std::string given = all.models[k], taken = given.substr(offset, n), word = &given[offset];
-    const bool shared = repOf(s) && repOf(s)->refCount > 1;
-    const std::string old = p, cut = old.c_str(), own = shared ? m.c_str() : m;
-    const char c = n > 0 ? taken[0] : in.number<char>(), d = o.size() > n ? old[n] : '\0';
-    std::string wide = own, written;
-    wide.resize(std::max<std::size_t>(at, own.size()), ' '), (written = wide).replace(at, 1, 1, d);
-    const std::size_t head = m.find_first_not_of(' ') + 1, tail = m.find_last_not_of(' ') + 1;
+    const unsigned editedAt = in.pick(4), otherAt = in.pick(4), sourceAt = in.pick(4);
+    const unsigned viewAt = in.pick(2);
+    String &edited = all.strings[editedAt], &other = all.strings[otherAt];
+    String& source = all.strings[sourceAt];
+    std::string &model = all.models[editedAt], &otherModel = all.models[otherAt];
+    SubString& view = all.views[viewAt];
+    std::string& seen = all.seen[viewAt];
+    if (edited.size() > 200) {
+        edited = String();
+        model = "";
+    }
+    const unsigned offset = in.pick(source.size() + 1);
+    const unsigned count = in.pick(source.size() - offset + 1);
+    const unsigned at = in.pick(edited.size() + 4), length = in.flag() ? count : 0 - count;
+    // Null gives nothing, whatever is asked for.
+    const unsigned asked = source.textAt(0) ? count : at;
+    const char *const start = source.textAt(0), *const part = source.textAt(offset);
+    const std::string sourceModel = all.models[sourceAt];
+    const std::string taken = sourceModel.substr(offset, count), word = &sourceModel[offset];
+    const std::string old = otherModel, cut = old.c_str();
+    // A copy of a shared text ends at its first zero byte.
+    const bool shared = repOf(edited) && repOf(edited)->refCount > 1;
+    const std::string own = shared ? model.c_str() : model;
+    const char byte = count > 0 ? taken[0] : in.number<char>();
+    const char otherByte = other.size() > count ? old[count] : '\0';
+    std::string padded = own;
+    padded.resize(std::max<std::size_t>(at, own.size()), ' ');
+    const std::string written = std::string(padded).replace(at, 1, 1, otherByte);
+    const std::size_t head = model.find_first_not_of(' ') + 1;  // 0 where there are only spaces.
+    const std::size_t tail = model.find_last_not_of(' ') + 1;
     const std::size_t turn = own.empty() ? 0 : at % own.size();
-    const std::size_t stop = taken.find_first_of(" \t\n\v\f\r");
-    const auto add = [&](auto x) {
-        s += x, m = own + std::to_string(x), assert(std::to_string(x) == bytesOf(String(x)));
+
+    // Take an operation's result, which is not looked at before the end, and what it has to leave.
+    const auto leaves = [&](const String&, std::string text) { model = std::move(text); };
+    const auto shows = [&](const SubString&, std::string text) { seen = std::move(text); };
+    const auto add = [&](auto number) {
+        const std::string digits = std::to_string(number);
+        assert(digits == bytesOf(String(number)));
+        leaves(edited += number, own + digits);
+    };
+    const auto assign = [&] {
+        const std::string text = in.text(12);
+        leaves(edited = String(text.data(), static_cast<unsigned>(text.size())), text);
+    };
+    const auto moveOther = [&] {
+        edited = std::move(other);
+        model = std::exchange(otherModel, "");
+    };
+    const auto append = [&] {
+        const bool given = other.textAt(0);
+        const bool takesTheText = !repOf(edited) && given;
+        leaves(edited += other, given ? own + old : model);
+        assert(!takesTheText || repOf(edited) == repOf(other));
+    };
+    const auto substituteByte = [&] {
+        if (own != model) return;
+        edited.substitute(byte, otherByte);
+        std::ranges::replace(model, byte, otherByte);
+    };
+    const auto read = [&] {
+        const std::size_t stop = taken.find_first_of(" \t\n\v\f\r");
+        std::istringstream stream(taken);
+        const int end = edited.readFrom(stream);
+        assert(stop < count ? end > 0 : end == -1);
+        if (stop > 0 && count > 0) model = own + taken.substr(0, stop);
+    };
+    const auto substitute = [&] {
+        const bool found = !old.empty() && cut.find(word) != std::string::npos;
+        const std::string to = model.c_str();
+        leaves(edited = other.substitute(part, edited),
+               found ? substituted<std::string>(cut, word, to, false) : old);
+    };
+    const auto split = [&] {
+        Vector<String> fields;
+        const auto expected = fieldsOf(old, byte, at % 4, true);
+        assert(other.split(byte, fields, at % 4) == expected.size());
+        assert(std::ranges::equal(expected, fields, {}, {}, bytesOf));
+        if (count < fields.size()) leaves(edited = fields[count], expected[count]);
+    };
+    const auto cutView = [&] {
+        const bool within = at < other.size();
+        shows(view = other(at, length), within ? old.substr(at, length) : "");
+        assert(view.index() == (within ? at : 0));
     };
     in.choose(
-        [&] { m = in.text(12), s = String(m.data(), static_cast<unsigned>(m.size())); },
-        [&] { s = String(text, asked), m = taken; }, [&] { s = String(text), m = word; },
-        [&] { s = c, m = c; }, [&] { s = String(c, n), m = std::string(n, c); },
-        [&] { s = String(o, n), m = old.substr(0, n); },
-        [&] { s = String(L"\xE9"), m = "\xC3\xA9"; }, [&] { s = o, m = old; },
-        [&] { s = std::move(o), m = std::exchange(p, ""); },
+        assign, [&] { leaves(edited = String(part, asked), taken); },
+        [&] { leaves(edited = String(part), word); },
+        [&] { leaves(edited = byte, std::string(1, byte)); },
+        [&] { leaves(edited = String(byte, count), std::string(count, byte)); },
+        [&] { leaves(edited = String(other, count), old.substr(0, count)); },
+        [&] { leaves(edited = String(L"\xE9"), "\xC3\xA9"); }, [&] { leaves(edited = other, old); },
+        moveOther, append, [&] { leaves(edited += part, part ? own + word : model); },
+        [&] { leaves(edited += byte, own + byte); },
+        [&] { leaves(edited = other + source, start ? cut + sourceModel : old); },
+        [&] { leaves(edited = other + part, part ? cut + word : old); },
+        [&] { leaves(edited = (part ? part : "") + other, word + old); },
+        [&] { add(in.number<int>()); }, [&] { add(in.number<unsigned>()); },
+        [&] { add(in.real()); },
+        [&] { leaves(edited.insert(start, asked, offset, at), padded.insert(at, taken)); },
+        [&] { leaves(edited.replace(start, asked, offset, at), padded.replace(at, count, taken)); },
+        [&] { leaves(edited.replaceAll(part, asked), taken); },
+        [&] { leaves(edited.remove(at, length), padded.erase(at, length).substr(0, own.size())); },
+        substituteByte, [&] { leaves(edited.toUpper(), folded(own, 'a')); },
+        [&] { leaves(edited.toLower(), folded(own)); },
+        [&] { leaves(edited.rotateLeft(at), (own + own).substr(turn, own.size())); },
+        [&] { leaves(edited.stripLeadingSpaces(), head > 1 ? own.substr(head - 1) : model); },
         [&] {
-            const bool takes = !repOf(s) && o.textAt(0);
-            m = o.textAt(0) ? own + old : m, s += o;
-            assert(!takes || repOf(s) == repOf(o));
-        },
-        [&] { s += text, m = text ? own + word : m; }, [&] { s += c, m = own + c; },
-        [&] { s = o + source, m = src ? cut + given : old; },
-        [&] { s = o + text, m = text ? cut + word : old; },
-        [&] { s = (text ? text : "") + o, m = word + old; }, [&] { add(in.number<int>()); },
-        [&] { add(in.number<unsigned>()); }, [&] { add(in.real()); },
-        [&] { s.insert(src, asked, offset, at), m = wide.insert(at, taken); },
-        [&] { s.replace(src, asked, offset, at), m = wide.replace(at, n, taken); },
-        [&] { s.replaceAll(text, asked), m = taken; },
-        [&] { s.remove(at, count), m = wide.erase(at, count).substr(0, own.size()); },
-        [&] {
-            if (own == m) s.substitute(c, d), std::ranges::replace(m, c, d);
-        },
-        [&] { s.toUpper(), m = folded(own, 'a'); }, [&] { s.toLower(), m = folded(own); },
-        [&] { s.rotateLeft(at), m = (own + own).substr(turn, own.size()); },
-        [&] { s.stripLeadingSpaces(), m = head > 1 ? own.substr(head - 1) : m; },
-        [&] { s.stripTrailingSpaces(), m = tail && tail < m.size() ? own.substr(0, tail) : m; },
-        [&] { s[at] = d, m = written; }, [&] { s[at] = o[n], m = written; },
-        [&] {
-            std::istringstream stream(taken);
-            const int end = s.readFrom(stream);
-            assert(stop < n ? end > 0 : end == -1);
-            m = stop > 0 && n > 0 ? own + taken.substr(0, stop) : m;
+            const bool strips = tail > 0 && tail < model.size();
+            leaves(edited.stripTrailingSpaces(), strips ? own.substr(0, tail) : model);
         },
         [&] {
-            const bool found = !old.empty() && cut.find(word) != std::string::npos;
-            s = o.substitute(text, s);
-            m = found ? substituted<std::string>(cut, word, m.c_str(), false) : old;
+            edited[at] = otherByte;
+            model = written;
         },
         [&] {
-            Vector<String> fields;
-            const auto expected = fieldsOf(old, c, at % 4, true);
-            assert(o.split(c, fields, at % 4) == expected.size());
-            assert(std::ranges::equal(expected, fields, {}, {}, bytesOf));
-            if (n < fields.size()) s = fields[n], m = expected[n];
+            edited[at] = other[count];
+            model = written;
         },
-        [&] { view = o, seen = old; }, [&] { view.purge(), seen = ""; },
-        [&] { view = all.views[1 - v], seen = all.seen[1 - v]; },
-        [&] { view = SubString(o, at), seen = at < o.size() ? old.substr(at) : ""; },
+        read, substitute, split, [&] { shows(view = other, old); },
         [&] {
-            view = o(at, count), seen = at < o.size() ? old.substr(at, count) : "";
-            assert(view.index() == (at < o.size() ? at : 0));
+            view.purge();
+            seen = "";
         },
-        [&] { s = String(view), m = seen; },
-        [&] { checkRep(taken, c, at % (n + 1), offset % (n + 1)); });
+        [&] { shows(view = all.views[1 - viewAt], all.seen[1 - viewAt]); },
+        [&] { shows(view = SubString(other, at), at < other.size() ? old.substr(at) : ""); },
+        cutView, [&] { leaves(edited = String(view), seen); },
+        [&] { checkRep(taken, byte, at % (count + 1), offset % (count + 1)); });
     assert(std::ranges::equal(all.strings, all.models, {}, bytesOf));
     assert(std::ranges::equal(all.views, all.seen, {}, bytesOf));
     const bool equal = std::string(all.seen[0].c_str()) == all.seen[1].c_str();
     assert((all.views[0] == all.views[1]) == (equal && all.seen[0].size() == all.seen[1].size()));
-    checkReads(s, o, word, c, at);
+    checkReads(edited, other, word, byte, at);
 }
 
 }  // namespace

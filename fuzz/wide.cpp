@@ -49,35 +49,62 @@ void checkFields(const WString& text, wchar_t c, unsigned flags) {
 // Each step uses an element that may be the vector's own.
 template <class T>
 void checkVector(FuzzInput in) {
-    Vector<T> v, other;
-    std::vector<T> m;
-    const auto drop = [&](auto from, auto to) { m.erase(m.begin() + from, m.begin() + to); };
+    Vector<T> vector, other;
+    std::vector<T> model;
+    const auto drop = [&](auto from, auto to) {
+        model.erase(model.begin() + from, model.begin() + to);
+    };
     for (unsigned peak = 0; !in.empty();) {
-        const unsigned n = v.size(), at = in.pick(n + 1), to = in.pick(n + 1);
-        const T fresh(WString(in.pick(20), L'x').c_str()), &x = at < n ? v[at] : fresh, copy(x);
-        const auto found = static_cast<unsigned>(std::ranges::find(m, x) - m.begin());
-        const bool has = found < n;
+        const unsigned size = vector.size(), at = in.pick(size + 1), to = in.pick(size + 1);
+        const T fresh(WString(in.pick(20), L'x').c_str());
+        const T& element = at < size ? vector[at] : fresh;
+        const T copy(element);
+        const auto found = static_cast<unsigned>(std::ranges::find(model, element) - model.begin());
+        const bool has = found < size;
         unsigned index = found;
-        in.choose([&] { assert(v.push_back(x) == n), m.push_back(copy); },
-                  [&] { v.insert(x, to), m.insert(m.begin() + to, copy); },
-                  [&] { assert(v.intern(x, index = 0) == !has), m.insert(m.end(), !has, copy); },
-                  [&] {
-                      assert(v.removeIdx(to) == (to < n)), drop(to, std::min(to + 1, n));
-                      assert(to == n || v.end()[0] == T());
-                  },
-                  [&] { assert(v.removeItem(x) == has), drop(found, found + has); },
-                  [&] {
-                      // The slots that become free keep their values.
-                      const std::vector<T> freed(m.end() - (std::max(at, to) - at), m.end());
-                      assert(v.remove(at, to)), drop(at, std::max(at, to));
-                      assert(std::equal(freed.begin(), freed.end(), v.end()));
-                  },
-                  [&] { v = Vector<T>(v), peak = 0; },
-                  [&] { v.consume(v), other.consume(v), v.consume(other); });
+        in.choose(
+            [&] {
+                assert(vector.push_back(element) == size);
+                model.push_back(copy);
+            },
+            [&] {
+                vector.insert(element, to);
+                model.insert(model.begin() + to, copy);
+            },
+            [&] {
+                index = 0;
+                assert(vector.intern(element, index) == !has);
+                model.insert(model.end(), !has, copy);
+            },
+            [&] {
+                assert(vector.removeIdx(to) == (to < size));
+                drop(to, std::min(to + 1, size));
+                assert(to == size || vector.end()[0] == T());
+            },
+            [&] {
+                assert(vector.removeItem(element) == has);
+                drop(found, found + has);
+            },
+            [&] {
+                // The slots that become free keep their values.
+                const std::vector<T> freed(model.end() - (std::max(at, to) - at), model.end());
+                assert(vector.remove(at, to));
+                drop(at, std::max(at, to));
+                assert(std::equal(freed.begin(), freed.end(), vector.end()));
+            },
+            [&] {
+                vector = Vector<T>(vector);
+                peak = 0;
+            },
+            [&] {
+                vector.consume(vector);
+                other.consume(vector);
+                vector.consume(other);
+            });
         assert(!other.begin() && !other.size() && !other.getCapacity());
-        peak = std::max(peak, v.size());
-        assert(index == found && std::ranges::equal(v, m));
-        assert(v.getCapacity() == (peak > 0 ? std::max(4u, std::bit_ceil(peak)) : 0));
+        peak = std::max(peak, vector.size());
+        assert(index == found && std::ranges::equal(vector, model));
+        assert(vector.getCapacity() == (peak > 0 ? std::max(4u, std::bit_ceil(peak)) : 0));
     }
 }
 
@@ -96,6 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const wchar_t c = at < text.size() ? text[at] : L'"';
     checkTexts(text, part, other, c);
     checkFields(text, c, in.pick(4));
-    checkVector<WString>(in), checkVector<String>(in);
+    checkVector<WString>(in);
+    checkVector<String>(in);
     return 0;
 }
