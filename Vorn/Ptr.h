@@ -1,6 +1,7 @@
 // Memory: the two-word reference-counted handle.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -80,6 +81,9 @@ template <class T, class Dtor = DtorTraits,
 class Ptr {
 public:
     Ptr() noexcept = default;
+    /// A template, so that no 0 or `NULL` comes here.
+    template <std::same_as<std::nullptr_t> Null>
+    Ptr(Null) noexcept {}
 
     /// Takes over `p`, which may be null. If the counter cannot be allocated, throws
     /// `std::bad_alloc`, and `p` still belongs to the caller.

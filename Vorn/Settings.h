@@ -1,8 +1,10 @@
 // Configuration files: a settings file as its user left it.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -142,6 +144,15 @@ public:
     /// Writes the file through the platform, which keeps the old one until the new one is complete,
     /// and reads it back. Returns true only if the file then holds what it should.
     bool save(const WString& path) const;
+    /// The same for a path of the file system, whose bytes are UTF-8.
+    template <std::same_as<std::filesystem::path> Path>
+    bool load(const Path& path) {
+        return load(WStringFromPath(path));
+    }
+    template <std::same_as<std::filesystem::path> Path>
+    bool save(const Path& path) const {
+        return save(WStringFromPath(path));
+    }
     /// Load from and save to a text.
     void parse(Text text);
     std::string text() const {

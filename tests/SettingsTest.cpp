@@ -230,7 +230,7 @@ TEST(Settings, LoadingReplacesOrChangesNothing) {
     EXPECT_FALSE(settings.load(L"in"));
     files.reportedSize = 0;
     EXPECT_EQ(settings.text(), "old=1\n");
-    EXPECT_TRUE(settings.load(L"in"));
+    EXPECT_TRUE(settings.load(std::filesystem::path("in")));
     EXPECT_EQ(settings.text(), "[a]\nk=1\n");
 }
 
@@ -238,7 +238,7 @@ TEST(Settings, SavingSaysWhetherTheFileHoldsIt) {
     test::MemoryFiles files;
     Settings settings = settingsOf("[a]\nk=" + std::string(100'000, 'x'));
     settings.set("a", "j", "2");
-    EXPECT_TRUE(settings.save(L"out"));
+    EXPECT_TRUE(settings.save(std::filesystem::path("out")));
     EXPECT_EQ(files.get(L"out"), settings.text());
     EXPECT_TRUE(Settings().save(L"empty"));
     for (bool* failure :

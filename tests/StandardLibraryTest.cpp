@@ -102,8 +102,10 @@ TEST(StandardHandle, SharesWithHandlesOfItsBases) {
     EXPECT_EQ(reader.get(), clip.get());
     EXPECT_EQ(clip, Vorn::Ptr<Clip>(title));
     EXPECT_EQ((std::unordered_set{clip, Vorn::Ptr<Clip>(title)}.size()), 1u);
+    const Vorn::Ptr<Clip> none = nullptr;
+    EXPECT_EQ(none, nullptr);
     clip = nullptr;
-    EXPECT_EQ(clip, nullptr);
+    EXPECT_EQ(clip, none);
     EXPECT_NE(title, nullptr);
 }
 
