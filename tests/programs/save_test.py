@@ -48,7 +48,7 @@ ROWS = [
      ["aim/new", "loop", "pipe", "aim", "aim/", "missing/x", "file/x", ""], "refused none", False),
     ("chown 0 file; chgrp 0 victim; chmod 666 *", ["file", "victim"], "same new", False),
     ("chmod 444 file", ["file"], "replaced new", True),
-    ("chown 7:8 file; chmod 6751 file", ["file"], "replaced new", True),
+    ("chown 7:8 file; chmod 7751 file", ["file"], "replaced new", True),
     ("mount --bind file file", ["file"], "same new", True),
     ("mount -t tmpfs -o size=500k none aim; cp file aim", ["aim/file"], "same old", True)]
 
