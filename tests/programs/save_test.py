@@ -14,7 +14,7 @@ import sys
 import tempfile
 import unittest
 
-SAVER = sys.argv.pop(1)
+SAVER = os.path.abspath(sys.argv.pop(1))
 ROOT = os.geteuid() == 0
 NOBODY = 65534 if ROOT else 0
 APART = (ROOT and ctypes.CDLL(None).unshare(0x20000) == 0
