@@ -168,8 +168,9 @@ public:
     std::optional<std::string_view> find(Text section, Text key) const noexcept;
     /// The value of a setting, or `fallback` if there is none or it is not of that type. Types are
     /// `bool` (true, false, yes, no, on, off, 1, 0, in any case), all integers, `float`, `double`,
-    /// `String`, standard strings, `WString` (UTF-8 in the file), and `std::vector` and `Vector` of
-    /// these, with commas between the elements. The locale does not matter.
+    /// `String`, standard strings, `WString` (UTF-8 in the file), `std::filesystem::path`, and
+    /// `std::vector` and `Vector` of these, with commas between the elements. The locale does not
+    /// matter.
     template <class T>
     T get(Text section, Text key, T fallback) const {
         const std::optional<std::string_view> found = find(section, key);
@@ -227,6 +228,9 @@ private:
         } else if constexpr (std::is_same_v<T, WString>) {
             value = WStringFromView(text);
             return true;
+        } else if constexpr (std::is_same_v<T, std::filesystem::path>) {
+            value = text;
+            return true;
         } else if constexpr (IsList<T>::value) {
             for (bool more = !text.empty(); more; more = text.data()) {
                 typename IsList<T>::Element element{};
@@ -253,6 +257,8 @@ private:
             const UTF8String bytes = UTF8FromWString(wide);
             requireSame(wide, WStringFromUTF8(bytes.c_str()));
             out += bytes;
+        } else if constexpr (std::is_same_v<T, std::filesystem::path>) {
+            out += value.native();
         } else if constexpr (IsList<T>::value) {
             std::size_t count = 0;
             for (const auto& element : value) {

@@ -125,7 +125,7 @@ struct Subject {
     test::Folder folder{"/missing/"};
     test::Clock clock{0};
     test::MemoryFiles files;
-    static inline int line = 0;  // New ones, for messages that were not there before.
+    static inline int newLine = 0;  // New ones, for messages that were not there before.
     unsigned position = 0;
     String text, sharer;
     SubString view{String("a view"), 2, 3};
@@ -410,7 +410,7 @@ Subject::Operations Subject::registryOperations() {
         NEEDS_NO_MEMORY(registry.find<int>("none")),
         NEEDS_NO_MEMORY(registry.find<unsigned>("key")),
         NEEDS_NO_MEMORY(registry.findOrCreate<unsigned>("key")),
-        NEEDS_NO_MEMORY(registry.create("bare", &line)),
+        NEEDS_NO_MEMORY(registry.create("bare", &newLine)),
         NEEDS_NO_MEMORY(registry.remove<unsigned>("key")),
     };
 }
@@ -420,8 +420,8 @@ Subject::Operations Subject::poolOperations() {
         ALLOCATES(newPool = std::make_unique<Pool>("new")).leaving(1),
         ALLOCATES(pool.dump()),
         ALLOCATES(PooledObjectDebug::LoggingTraitsBase_exit()),
-        ALLOCATES(throwShort("f", ++line, 1)).leaving(2),
-        ALLOCATES(throwDetailed("f", ++line, "e", 1)).leaving(2),
+        ALLOCATES(throwShort("f", ++newLine, 1)).leaving(2),
+        ALLOCATES(throwDetailed("f", ++newLine, "e", 1)).leaving(2),
         NEEDS_NO_MEMORY(pool.ltb_afterPush(nullptr, 0)),
         NEEDS_NO_MEMORY(pool.ltb_afterPop(nullptr, 0)),
         NEEDS_NO_MEMORY(throwShort("f", 0, 1)),

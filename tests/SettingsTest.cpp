@@ -122,6 +122,7 @@ TEST(Settings, ValuesOfEveryTypeComeBack) {
     expectRoundTrip(String("text"));
     expectRoundTrip(std::string("a=b; c"));
     expectRoundTrip(WString(L"gr\u00FCn"));
+    expectRoundTrip(std::filesystem::path("/videos/gr\xC3\xBCn.mov"));
     expectRoundTrip(std::vector<int>{});
     expectRoundTrip(std::vector<double>{0.1, -2});
     expectRoundTrip(std::vector<std::string>{"", "a b", ""});
