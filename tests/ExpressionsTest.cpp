@@ -82,7 +82,7 @@ TEST(Expressions, MeanWhatTheyMeant) {
         ROW("view", String(std::string_view("view"))),
         ROW("text", String(std::string("text"))),
         ROW("7", text(7)),
-        ROW("c", text("cd", 1)),
+        ROW("c", text("cd", 1u)),
         // Joining.
         ROW("abab", ab + ab),
         ROW("abcd", ab + cd),
