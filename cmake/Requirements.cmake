@@ -13,7 +13,7 @@ check_cxx_source_compiles("
 #include <charconv>
 constinit int count = 0;
 int main() {
-  double value = 0;
+  int value = 0;
   std::from_chars(\"\", \"\", value);
   return std::atomic_ref(count).load();
 }" VORN_COMPILER_HAS_CXX20)
