@@ -102,7 +102,7 @@ struct Subject {
     static Handle makeHandle() {
         auto object = std::make_unique<int>();
         Handle made(object.get());
-        object.release();
+        static_cast<void>(object.release());
         return made;
     }
     void attemptAndLeave() {
@@ -496,7 +496,7 @@ Outcome runRefused(const Trial& trial, std::size_t n) {
     if (refused) {
         EXPECT_FALSE(runsOut(operation)) << "once there is memory again";
     }
-    const Outcome outcome{refused, subject->state()};
+    Outcome outcome{refused, subject->state()};
     subject.reset();
     EXPECT_EQ(ledger.live(), operation.blocksLeft) << "blocks that were not released";
     return outcome;
