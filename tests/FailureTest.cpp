@@ -28,6 +28,18 @@ void expectTextsInOrder(const Vorn::Exception::Base& failure, const std::string&
     EXPECT_EQ(failure.line(), words.line);
 }
 
+// Returns the line that the exception tells.
+int expectThrown(const std::function<void()>& fail, const std::string& expected) {
+    try {
+        fail();
+    } catch (const Vorn::Exception::Base& failure) {
+        expectTextsInOrder(failure, expected);
+        return failure.line();
+    }
+    ADD_FAILURE() << "did not throw: " << expected;
+    return 0;
+}
+
 TEST(Exception, ThrownAtAPlaceHoldsItsTextsInOrder) {
     const std::string longer(300, 'x'), check = "RuntimeError: f: VornCheck: f(7) ";
     const std::pair<std::function<void()>, std::string> rows[] = {
@@ -36,15 +48,8 @@ TEST(Exception, ThrownAtAPlaceHoldsItsTextsInOrder) {
         {[] { throwDetailed("f", 7, "e", -1); }, check + "[e] = 0xffffffff"},
         {[&] { throwDetailed("f", 7, longer.c_str(), 0); }, check + '[' + longer.substr(0, 238)},
     };
-    for (const auto& [fail, expected] : rows) {
-        try {
-            fail();
-            ADD_FAILURE() << "did not throw: " << expected;
-        } catch (const Vorn::Exception::Base& failure) {
-            expectTextsInOrder(failure, expected);
-            EXPECT_EQ(failure.line(), 7) << expected;
-        }
-    }
+    for (const auto& [fail, expected] : rows)
+        EXPECT_EQ(expectThrown(fail, expected), 7) << expected;
 }
 
 TEST(Exception, MisuseOfIniFilesTellsItsPlace) {
@@ -67,15 +72,8 @@ TEST(Exception, MisuseOfIniFilesTellsItsPlace) {
         {[&] { VornIniFile::findContains("", none, true, {}); }, find},
         {[&] { VornIniFile::findContains("", std::as_const(none), true, {}); }, find},
     };
-    for (const auto& [misuse, expected] : rows) {
-        try {
-            misuse();
-            ADD_FAILURE() << "did not throw: " << expected;
-        } catch (const Vorn::Exception::Base& failure) {
-            expectTextsInOrder(failure, expected);
-            EXPECT_GT(failure.line(), 0) << expected;
-        }
-    }
+    for (const auto& [misuse, expected] : rows)
+        EXPECT_GT(expectThrown(misuse, expected), 0) << expected;
 }
 
 // In a process that has logged nothing before: the first line is timed before the start is taken.

@@ -162,26 +162,15 @@ struct Name {
 static_assert(std::is_constructible_v<String, Name>);
 static_assert(std::is_pointer_v<decltype(&Vorn::WStringFromUTF8)>);
 
-// Code that would do something else than it seems to is not compiled.
+// Code that would do something else than it seems to is not compiled; traps/ has more of it.
 template <class T, class Value>
 concept Assigns = requires(T target, Value value) {
     target = value;
 };
-template <class T>
-concept AssignsBraces = requires(T target) {
-    target = {};
-};
-template <class T>
-concept ThreeWay = requires(const T a, const T b) {
-    a <=> b;
-};
 
 static_assert(Assigns<String, char> && Assigns<String, const char*> && Assigns<String, String>);
 static_assert(Assigns<String, std::nullptr_t> && Assigns<String, const wchar_t*>);
-static_assert(!Assigns<String, int> && !Assigns<String, unsigned char> && !Assigns<String, bool>);
-static_assert(!Assigns<String, long> && !Assigns<String, double> && !Assigns<String, wchar_t>);
-static_assert(!AssignsBraces<String>);
-static_assert(!ThreeWay<String>);
+static_assert(!Assigns<String, unsigned char> && !Assigns<String, long>);
 static_assert(!std::is_convertible_v<std::string, String>, "it could be cut at a zero byte unseen");
 struct Opaque;
 struct DeleteArrays;

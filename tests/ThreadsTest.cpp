@@ -104,9 +104,9 @@ TEST(Threads, AreAloneBehindALock) {
 }
 
 TEST(Threads, UseAPoolWhileItIsReported) {
-    const std::string root = testing::TempDir() + "threads" + std::to_string(::getpid());
-    std::filesystem::create_directories(root + "/Vornhold/Logs");
-    const test::Folder folder(root + '/');
+    const test::TemporaryFolder temporary;
+    std::filesystem::create_directories(temporary.path / "Vornhold/Logs");
+    const test::Folder folder(temporary.path.string() + '/');
     auto past = std::make_unique<test::Clock>(-10000.0);
     LoggingTraitsBase pool("measured from the start");
     past.reset();
@@ -119,7 +119,6 @@ TEST(Threads, UseAPoolWhileItIsReported) {
         }
         if (step % 10000 == 0) pool.dump();
     });
-    std::filesystem::remove_all(root);
     const LoggingStats& stats = *reinterpret_cast<LoggingStats* const*>(&pool)[1];
     EXPECT_EQ(stats.inUse, 0);
     EXPECT_GT(stats.maxInUse, 0);

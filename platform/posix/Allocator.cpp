@@ -95,16 +95,14 @@ bool isZero([[maybe_unused]] const char* file) noexcept {
     return digit == '0';
 }
 
-constexpr std::size_t kLargePage = std::size_t{1} << 21;
-
-// mimalloc maps such blocks one by one, and asks for large pages only if the size happens to fit.
-constexpr std::size_t kMapped = std::size_t{1} << 24;
-
+// mimalloc maps the largest blocks one by one, and asks for large pages only if the size happens to
+// fit.
 void* allocateInLargePages(std::size_t bytes) {
     void* const block = mi_malloc(bytes);
 #ifdef __linux__
+    constexpr std::size_t kPage = std::size_t{1} << 21, kMapped = std::size_t{1} << 24;
     if (bytes >= kMapped && block && mi_option_is_enabled(mi_option_large_os_pages)) {
-        const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % kLargePage;
+        const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % kPage;
         ::madvise(static_cast<char*>(block) - before, before + bytes, MADV_HUGEPAGE);
     }
 #endif

@@ -3,7 +3,6 @@ import contextlib
 import os
 import pathlib
 import pty
-import shutil
 import signal
 import subprocess
 import sys
@@ -11,10 +10,9 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
 
+import browser
+
 TOOL = sys.argv.pop(1)
-BROWSER = shutil.which("chromium") or shutil.which("chromium-browser")
-FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync
-    --disable-background-networking --disable-component-update --dump-dom""".split()
 # The page holds no script, so one around it tells what the browser made of it: how many scripts, how
 # far it is too wide, and how high a bar stands in its chart, as the mean of its height and its upper edge.
 PROBE = """<body><iframe width="%d" srcdoc="%s" onload="
@@ -110,13 +108,12 @@ class PooledReportTest(unittest.TestCase):
         other.write_text("Frames\n" + block(DATES[0], []))
         self.assertEqual(run(TOOL, other).stderr, f"pooled-report: {other}: is not a pool report\n")
 
-    @unittest.skipUnless(BROWSER, "no chromium or chromium-browser on the PATH to show the page in")
+    @browser.needed
     def test_browser_draws_bars_as_high_as_their_values(self):
         page = self.page.read_text("utf-8").replace("&", "&amp;").replace('"', "&quot;")
         for width in 1200, 500:
             self.page.write_text(PROBE % (width, page), "utf-8")
-            dom = run(BROWSER, *FLAGS, f"--user-data-dir={self.folder}/user", self.page.as_uri()).stdout
-            heights = map(float, dom.split("<body>")[1].split("<")[0].split())
+            heights = map(float, browser.body_of(self.page).split("<")[0].split())
             for height, value in zip(heights, [0, 0, *BARS], strict=True):
                 self.assertAlmostEqual(height, value, delta=0.002, msg=f"{width} px wide")
 

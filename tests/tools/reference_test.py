@@ -2,17 +2,12 @@
 import html
 import pathlib
 import re
-import shutil
-import subprocess
 import sys
-import tempfile
 import unittest
 
+import browser
+
 PAGES = pathlib.Path(sys.argv.pop(1)).resolve()
-BROWSER = shutil.which("chromium") or shutil.which("chromium-browser")
-FLAGS = """--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-sync
-    --disable-background-networking --disable-component-update --allow-file-access-from-files
-    --virtual-time-budget=20000 --dump-dom""".split()
 # What the page is called, whether its pictures are there, what the tree beside it has, and what a
 # reader finds who types the word.
 PROBE = """<script>addEventListener('load', () => setTimeout(() => {
@@ -41,7 +36,7 @@ class Reference(unittest.TestCase):
                     self.assertRegex(pages[file or name], f'(id|name)="{re.escape(anchor)}"',
                                      f"{name} links to {link}")
 
-    @unittest.skipUnless(BROWSER, "no chromium or chromium-browser on the PATH to show the pages in")
+    @browser.needed
     def test_pages_show_and_searching_finds(self):
         for page, title, word, found in [
                 ("index", "Vorn", "guide", "Guide"),
@@ -50,10 +45,7 @@ class Reference(unittest.TestCase):
             probe = PAGES / f"probe_{page}.html"
             probe.write_text((PAGES / f"{page}.html").read_text("utf-8") + PROBE % word, "utf-8")
             self.addCleanup(probe.unlink)
-            with tempfile.TemporaryDirectory() as user:
-                shown = subprocess.run([BROWSER, *FLAGS, f"--user-data-dir={user}", probe.as_uri()],
-                                       capture_output=True, encoding="utf-8", timeout=120).stdout
-            shown = re.sub(r"(?s).*<body.*?>|</body>.*", "", shown)
+            shown = browser.body_of(probe, "--allow-file-access-from-files", "--virtual-time-budget=20000")
             self.assertIn(title, shown.split("|")[0], page)
             self.assertNotIn("false", shown.split("|"), f"a picture of {page} is missing")
             self.assertIn("The INI format", shown.split("|")[-2], page)

@@ -31,7 +31,6 @@ class Quoted(str):
     """Text that was put together here."""
 
 
-
 # gdb's own errors are RuntimeErrors, and so is a recursion that does not end.
 ERRORS = (RuntimeError, ValueError, OverflowError)
 
