@@ -1,7 +1,9 @@
-# What building cannot do without, looked for first; what is missing is named with its Debian package.
+# What building cannot do without, looked for first; what is missing is named with its Debian package,
+# and looked for again the next time.
 include(CheckLanguage)
 check_language(CXX)
 if(NOT CMAKE_CXX_COMPILER)
+  unset(CMAKE_CXX_COMPILER CACHE)
   message(FATAL_ERROR "No C++ compiler found: `apt-get install g++` brings one")
 endif()
 enable_language(CXX)
@@ -13,6 +15,7 @@ check_cxx_source_compiles("
 constinit int count = 0;
 int main() { return std::atomic_ref(count).load(); }" VORN_COMPILER_HAS_CXX20)
 if(NOT VORN_COMPILER_HAS_CXX20)
+  unset(VORN_COMPILER_HAS_CXX20 CACHE)
   message(FATAL_ERROR "${CMAKE_CXX_COMPILER} (${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}) cannot compile "
     "what the library needs of C++20; GCC 12 and Clang 14 can: `apt-get install g++`")
 endif()
