@@ -20,6 +20,14 @@ class SubString;
 template <class T>
 class Vector;
 
+namespace Vorn::StringPrivate {
+
+template <class Text>
+concept ViewOnly = std::convertible_to<const Text&, std::string_view> &&
+    (!std::convertible_to<const Text&, const char*>);
+
+}  // namespace Vorn::StringPrivate
+
 /// A reference to one byte of a `String`, which the subscript of a non-const string returns. Copies
 /// refer to the same byte. The string must outlive it.
 class VORN_EXPORT StringChar {
@@ -60,11 +68,9 @@ public:
     String(const char* s);
     /// A copy of the `n` bytes at `s`; for 0, a string without a representation.
     String(const char* s, unsigned n);
-    /// A copy of anything that converts to a view but not to a `const char*`.
-    template <class Text>
-    explicit String(const Text& text) requires std::convertible_to<const Text&, std::string_view> &&
-        (!std::convertible_to<const Text&, const char*>)
-        : String(copyOf(text)) {}
+    /// A copy of anything that converts to a view but not to a `const char*`, like `std::string`.
+    template <Vorn::StringPrivate::ViewOnly Text>
+    explicit String(const Text& text) : String(copyOf(text)) {}
     String(char c);
     /// `count` times `c`.
     String(char c, unsigned count);
@@ -90,6 +96,10 @@ public:
         String taken(std::move(other));
         std::swap(rep, taken.rep);
         return *this;
+    }
+    template <Vorn::StringPrivate::ViewOnly Text>
+    String& operator=(const Text& text) {
+        return *this = String(text);
     }
     String& operator=(char c);
     /// Deleted: a number would be taken for a character code. Write `String(number)` for its
@@ -162,6 +172,10 @@ public:
     /// Append text, or a number in the form that the constructors give it.
     String& operator+=(const String& other);
     String& operator+=(const char* s);
+    template <Vorn::StringPrivate::ViewOnly Text>
+    String& operator+=(const Text& text) {
+        return *this += String(text);
+    }
     String& operator+=(char c);
     String& operator+=(int v);
     String& operator+=(unsigned v);
