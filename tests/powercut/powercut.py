@@ -29,6 +29,7 @@ WAYS = [f"{system}:{way}" for system in ("ext4", "noisy", "xfs", "btrfs")
 CONTROLS = ["noisy:rename-without-fsync", "noisy:truncate-and-write", "noisy:truncate-and-fsync",
             "ext4:no-fsync-of-folder"]
 DISKS = WAYS + CONTROLS
+SECTOR = 4096  # A disk writes it whole; ext4 and btrfs cannot mount part of a superblock.
 RECORDED, DEADLINE, AT_ONCE, TRIES = 30, 180, 24, 3  # seconds, seconds, disks of a boot, boots
 WRITE, DISCONNECT, FLUSH = 1, 2, 3
 
@@ -121,15 +122,14 @@ def record():
 # The disk as it is after a cut before request `at`, always the same one for the same arguments.
 def make(path, disk, log, at, kind):
     lots = random.Random(at)
-    sector = 4096 if disk.startswith("btrfs") else 512  # btrfs cannot mount part of its superblock.
     subprocess.check_call(["cp", "--sparse=always", base(disk), path])
     flushed = max((n for n in range(at) if log[n].data is None), default=0)
     with open(path, "r+b") as image:
         for n, (_, offset, data) in enumerate(log[:at]):
-            for start in range(0, len(data or b""), sector):
+            for start in range(0, len(data or b""), SECTOR):
                 if n < flushed or kind == "kept" or kind == "torn" and lots.random() < 0.5:
                     image.seek(offset + start)
-                    image.write(data[start:start + sector])
+                    image.write(data[start:start + SECTOR])
 
 
 # What a machine says to each of the disks, by its number: versions and numbers of temporary files.
