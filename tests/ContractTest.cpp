@@ -27,9 +27,10 @@ std::vector<std::size_t> positions(Operation... operations) {
 using Positions = std::vector<std::size_t>;
 
 TEST(Contract, SystemServicesKeepTheirPositions) {
-    using S = iSystemServices;
-    EXPECT_EQ(positions(&S::memoryServices, &S::textServices, &S::fileServices, &S::threadServices,
-                        &S::atomicServices, &S::systemInfo, &S::pathServices),
+    using System = iSystemServices;
+    EXPECT_EQ(positions(&System::memoryServices, &System::textServices, &System::fileServices,
+                        &System::threadServices, &System::atomicServices, &System::systemInfo,
+                        &System::pathServices),
               (Positions{1, 2, 3, 4, 5, 8, 11}));
 }
 
@@ -61,11 +62,12 @@ TEST(Contract, OperationsOfServicesKeepTheirPositions) {
 
 TEST(Contract, OperationsOfClassesKeepTheirPositions) {
     using Failure = Vorn::Exception::Base;
-    using V = Vector<int>;
+    using Numbers = Vector<int>;
     EXPECT_EQ(positions(&Failure::what, &Failure::msg, &Failure::file, &Failure::line),
               (Positions{1, 2, 3, 4}));
-    EXPECT_EQ(positions(&V::add, &V::push_back, &V::locate, &V::intern, &V::insert, &V::removeIdx,
-                        &V::remove, &V::removeItem, &V::clear, &V::consume),
+    EXPECT_EQ(positions(&Numbers::add, &Numbers::push_back, &Numbers::locate, &Numbers::intern,
+                        &Numbers::insert, &Numbers::removeIdx, &Numbers::remove,
+                        &Numbers::removeItem, &Numbers::clear, &Numbers::consume),
               (Positions{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
@@ -79,21 +81,19 @@ struct OneBlock : test::ForwardingMemory {
     void free(void* released) override { freed = released; }
 
     alignas(128) char storage[64];
-    void *block = storage, *freed = nullptr;
+    void *block = nullptr, *freed = nullptr;
     std::size_t asked = 0;
     bool failsWithNull = false;
 };
 
-// A way to obtain blocks and release them. The functions are for the compiler, which knows what
-// operators do and leaves calls of them out.
-struct Allocation {
-    void* obtainFrom(OneBlock& memory, std::size_t bytes) const {
+// A form of `new` and its `delete`, as functions: compilers leave out pairs of calls that they see.
+struct Form {
+    // Obtains a block from `memory` and releases it.
+    void* use(OneBlock& memory, std::size_t bytes) const {
         const test::Override<iMemoryServices> installation(&memory);
-        return obtain(bytes);
-    }
-    void releaseTo(OneBlock& memory, void* block) const {
-        const test::Override<iMemoryServices> installation(&memory);
+        void* const block = obtain(bytes);
         release(block);
+        return block;
     }
 
     std::size_t alignment;  // 0 where blocks come as they are.
@@ -103,41 +103,40 @@ struct Allocation {
 };
 
 // Aligned blocks start at the first multiple that leaves a word below it.
-void expectBlocksOf(OneBlock& memory, const Allocation& allocation) {
-    const std::size_t alignment = allocation.alignment;
+void expectBlocksOf(const Form& form) {
+    OneBlock memory;
+    const std::size_t alignment = form.alignment;
     for (const std::size_t offset : {0u, 4u, 8u, 12u}) {
-        SCOPED_TRACE("alignment " + std::to_string(alignment) + ", platform's block at offset " +
-                     std::to_string(offset));
-        const std::size_t aligned =
+        SCOPED_TRACE("platform's block at offset " + std::to_string(offset));
+        const std::size_t alignedOffset =
             alignment == 0 ? offset : (offset + 7 + alignment) / alignment * alignment;
         memory.block = memory.storage + offset;
-        void* const block = allocation.obtainFrom(memory, offset);
-        allocation.releaseTo(memory, block);
-        EXPECT_EQ(block, memory.storage + aligned);
+        void* const block = form.use(memory, offset);
         EXPECT_EQ(memory.asked, offset + 2 * alignment);
         EXPECT_EQ(memory.freed, memory.block);
+        EXPECT_EQ(block, memory.storage + alignedOffset);
     }
 }
 
-void expectFailuresOf(OneBlock& memory, const Allocation& allocation) {
-    const std::size_t tooMany = SIZE_MAX - allocation.alignment;
-    memory.block = nullptr;
-    if (!allocation.nothrow) {
-        EXPECT_DEATH(allocation.obtainFrom(memory, 0), "terminate");
-        EXPECT_THROW(allocation.obtain(tooMany), std::bad_alloc);
+void expectFailuresOf(const Form& form) {
+    OneBlock memory;
+    const std::size_t tooMany = SIZE_MAX - form.alignment;
+    if (!form.nothrow) {
+        EXPECT_DEATH(form.use(memory, 0), "terminate");
+        EXPECT_THROW(form.obtain(tooMany), std::bad_alloc);
         return;
     }
     for (const bool withNull : {true, false}) {
         memory.failsWithNull = withNull;
-        EXPECT_EQ(allocation.obtainFrom(memory, 0), nullptr) << "platform gave null: " << withNull;
-        EXPECT_EQ(allocation.obtainFrom(memory, tooMany), nullptr);
+        EXPECT_EQ(form.use(memory, 0), nullptr) << "platform gave null: " << withNull;
+        EXPECT_EQ(form.use(memory, tooMany), nullptr);
     }
 }
 
-void check(const Allocation& allocation) {
-    OneBlock memory;
-    expectBlocksOf(memory, allocation);
-    expectFailuresOf(memory, allocation);
+void check(const Form& form) {
+    SCOPED_TRACE("alignment " + std::to_string(form.alignment));
+    expectBlocksOf(form);
+    expectFailuresOf(form);
 }
 
 template <class... Arguments>
@@ -173,11 +172,8 @@ TEST(Contract, PushingBackAddsThroughTheVirtualTable) {
     EXPECT_EQ(numbers[0], 42);
 }
 
-// A letter for each call: n new block, + and - for the counter, f block freed, l and x for an
-// exchange, l where the new node leads to the old one, and ~ for the object's destructor. Few
-// enough at a time that the string does not allocate.
-std::string calls;
-
+// Notes a letter for each call: n new block, f block freed, + and - for the counter, l and x for an
+// exchange, l where the new node leads to the old one.
 struct Traced : test::ForwardingMemory, iAtomicServices {
     void* allocate(std::size_t bytes) override {
         calls += 'n';
@@ -200,19 +196,20 @@ struct Traced : test::ForwardingMemory, iAtomicServices {
         return std::exchange(*target, fresh);
     }
 
+    static inline std::string calls;  // Few enough at a time that it does not allocate.
     test::Override<iMemoryServices> memory{this};
     test::Override<iAtomicServices> atomics{this};
 };
 
 std::string trace(const auto& action) {
-    calls.clear();
+    Traced::calls.clear();
     const Traced traced;
     action();
-    return calls;
+    return Traced::calls;
 }
 
 struct Probe {
-    ~Probe() { calls += '~'; }
+    ~Probe() { Traced::calls += '~'; }
     std::int32_t references = 1;
 };
 
@@ -265,33 +262,30 @@ TEST(Contract, LocksStartOverWithAValueForThePlatform) {
     EXPECT_EQ(repOf(section).name.textAt(0), nullptr);
 }
 
-void expectHeld(CriticalSection& section, unsigned depth) {
-    const unsigned self = OS()->threadServices()->currentThreadId();
-    EXPECT_EQ(repOf(section).count, depth);
-    EXPECT_EQ(section.owner(), depth > 0 ? self : 0);
-    {
-        const EasyCrit oneMore(section);
-        EXPECT_EQ(repOf(section).count, depth + 1);
-    }
-    std::jthread other([&] {
-        const int answer = section.attemptEntry();
-        EXPECT_EQ(answer, depth > 0 ? -1 : 0);
-        if (answer == 0) section.leave();
-    });
-}
-
 TEST(Contract, LocksKeepBookOfEntries) {
     CriticalSection section;
+    const unsigned self = OS()->threadServices()->currentThreadId();
+    const auto expectHeld = [&](unsigned depth) {
+        SCOPED_TRACE("entries: " + std::to_string(depth));
+        EXPECT_EQ(repOf(section).count, depth);
+        EXPECT_EQ(section.owner(), depth > 0 ? self : 0);
+        std::jthread([&] {
+            const int answer = section.attemptEntry();
+            EXPECT_EQ(answer, depth > 0 ? -1 : 0) << "on another thread";
+            if (answer == 0) section.leave();
+        });
+    };
     section.enter();
-    expectHeld(section, 1);
+    expectHeld(1);
     EXPECT_EQ(section.attemptEntry(), 0);
-    expectHeld(section, 2);
-    section.enter();
-    expectHeld(section, 3);
-    for (const unsigned left : {2u, 1u, 0u}) {
-        section.leave();
-        expectHeld(section, left);
+    expectHeld(2);
+    {
+        const EasyCrit guard(section);
+        expectHeld(3);
     }
+    section.leave();
+    section.leave();
+    expectHeld(0);
 }
 
 }  // namespace

@@ -2,22 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
+#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <numeric>
-#include <optional>
-#include <set>
 #include <span>
-#include <thread>
+#include <string>
+#include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "Vorn/Vorn.h"
-#include "tests/support/TestPlatform.h"
 
 namespace {
 
@@ -29,7 +27,6 @@ TEST(StandardString, BuildsFromViewsAndGivesThem) {
     EXPECT_EQ(std::string(text.begin(), text.end()), "a\0b"sv);
     EXPECT_EQ(String(std::string("standard")).view(), "standard");
     EXPECT_EQ(text(1, 9).view(), "\0b"sv);
-    EXPECT_TRUE(String().empty());
     EXPECT_TRUE(String(""sv).empty());
     EXPECT_FALSE(String(" ").empty());
     EXPECT_EQ(String().view(), "");
@@ -39,9 +36,8 @@ TEST(StandardString, BuildsFromViewsAndGivesThem) {
 TEST(StandardString, KeysOfMapsAndSetsStayApart) {
     const std::map<String, int> numbers{{String(), 0}, {"", 1}, {" ", 2}, {"a", 3}, {"A", 4}};
     EXPECT_EQ(numbers.size(), 5u);
-    EXPECT_EQ(numbers.at(nullptr), 0);
+    EXPECT_EQ(numbers.begin()->second, 0);
     EXPECT_EQ(numbers.at(" "), 2);
-    EXPECT_EQ((std::set<String>{"b", nullptr, "a"}.begin()->textAt(0)), nullptr);
 }
 
 TEST(StandardString, EqualStringsHashAlike) {
@@ -64,15 +60,13 @@ TEST(StandardString, WideTextsAreKeysAndPaths) {
 TEST(StandardVector, WorksWithAlgorithmsAndViews) {
     Vector<int> numbers{3, 1, 2};
     std::ranges::sort(numbers);
-    EXPECT_EQ(numbers, (Vector<int>{1, 2, 3}));
-    EXPECT_NE(numbers, (Vector<int>{1, 2}));
-    const int more[] = {1, 2, 3};
-    std::ranges::copy(more, std::back_inserter(numbers));
-    EXPECT_EQ(std::accumulate(numbers.begin(), numbers.end(), 0), 12);
-    EXPECT_EQ(std::span(numbers).subspan(3)[1], 2);
+    *std::back_inserter(numbers) = 4;
+    EXPECT_EQ(numbers, (Vector<int>{1, 2, 3, 4}));
+    EXPECT_NE(numbers, (Vector<int>{1, 2, 3}));
+    EXPECT_EQ(std::span(numbers).back(), 4);
     EXPECT_EQ(numbers.front(), 1);
-    EXPECT_EQ(numbers.back(), 3);
-    EXPECT_EQ(numbers.data(), numbers.begin());
+    EXPECT_EQ(numbers.back(), 4);
+    EXPECT_FALSE(numbers.empty());
     EXPECT_TRUE(Vector<int>().empty());
 }
 
@@ -98,42 +92,23 @@ TEST(StandardHandle, SharesWithHandlesOfItsBases) {
     const Vorn::Ptr<Title> title = Vorn::makePtr<Title>("Intro");
     Vorn::Ptr<Clip> clip = title;
     const Vorn::Ptr<const Clip> reader = clip;
-    EXPECT_EQ(clip.get(), title.get());
-    EXPECT_EQ(reader.get(), clip.get());
-    EXPECT_EQ(clip, Vorn::Ptr<Clip>(title));
+    EXPECT_EQ(reader.get(), title.get());
     EXPECT_EQ((std::unordered_set{clip, Vorn::Ptr<Clip>(title)}.size()), 1u);
-    const Vorn::Ptr<Clip> none = nullptr;
-    EXPECT_EQ(none, nullptr);
+    EXPECT_NE(clip, nullptr);
     clip = nullptr;
-    EXPECT_EQ(clip, none);
-    EXPECT_NE(title, nullptr);
+    EXPECT_EQ(clip, nullptr);
+    EXPECT_STREQ(title->text, "Intro");
 }
 
-TEST(StandardHandle, MakingOneLeavesNothingWhereMemoryRunsOut) {
-    test::MemoryLedger ledger;
-    for (const std::size_t refused : {1u, 2u}) {
-        ledger.failAt(refused);
-        EXPECT_THROW(Vorn::makePtr<Title>(String()), std::bad_alloc) << "allocation " << refused;
-        EXPECT_EQ(ledger.live(), 0u);
-    }
-}
-
-TEST(StandardLock, GuardsAndConditionsTakeIt) {
+TEST(StandardLock, GuardsTakeIt) {
     CriticalSection first, second;
-    std::condition_variable_any changed;
-    bool ready = false;
-    std::jthread other([&] {
+    {
         const std::scoped_lock both(first, second);
-        ready = true;
-        changed.notify_one();
-    });
-    std::unique_lock waiting(first);
-    changed.wait(waiting, [&] { return ready; });
-    EXPECT_NE(first.owner(), 0u);
-    waiting.unlock();
+        EXPECT_NE(first.owner(), 0u);
+        EXPECT_NE(second.owner(), 0u);
+    }
     EXPECT_EQ(first.owner(), 0u);
-    EXPECT_TRUE(first.try_lock());
-    first.unlock();
+    EXPECT_TRUE(std::unique_lock(first, std::try_to_lock).owns_lock());
 }
 
 // What a class that is derived from the types may read.
@@ -144,11 +119,8 @@ struct Pool : Vorn::PooledObjectDebug::LoggingTraitsBase {
 
 TEST(StandardLook, FieldsThatAreLaidOutCanBeRead) {
     Pool pool;
-    pool.ltb_afterPop(nullptr, 0);
-    EXPECT_EQ(pool.inUse(), 1);
-    const auto* const newest = Vorn::PooledObjectDebug::gAllLoggers.head;
-    ASSERT_NE(newest, nullptr);
-    EXPECT_EQ(newest->logger, &pool);
+    EXPECT_EQ(pool.inUse(), 0);
+    EXPECT_EQ(Vorn::PooledObjectDebug::gAllLoggers.head->logger, &pool) << "the newest";
     String text("abc");
     EXPECT_EQ(text[2].index, 2u);
     EXPECT_EQ(text[2].string, &text);
@@ -168,9 +140,8 @@ concept Assigns = requires(T target, Value value) {
     target = value;
 };
 
-static_assert(Assigns<String, char> && Assigns<String, const char*> && Assigns<String, String>);
-static_assert(Assigns<String, std::nullptr_t> && Assigns<String, const wchar_t*>);
 static_assert(!Assigns<String, unsigned char> && !Assigns<String, long>);
+static_assert(!Assigns<String, bool> && !Assigns<String, wchar_t>);
 static_assert(!std::is_convertible_v<std::string, String>, "it could be cut at a zero byte unseen");
 struct Opaque;
 struct DeleteArrays;

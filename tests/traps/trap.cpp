@@ -1,5 +1,5 @@
 #include "Vorn/Vorn.h"
 
-void trap(String text, String other, std::string standard, int number, Vorn::Ptr<int> handle) {
+void trap(String text, String other, int number, Vorn::Ptr<int> handle) {
     TRAP;
 }
