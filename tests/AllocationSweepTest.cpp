@@ -65,7 +65,6 @@ struct Subject {
         while (wideTexts.size() < 4) {
             wideTexts.add(&L"first/name"[wideTexts.size()]);
             texts.add("field");
-            numbers.add(7);
         }
         copies.add(Copied());
         copies[0].text = "a text that needs a block";
@@ -110,7 +109,6 @@ struct Subject {
     Vector<String> texts;
     WString wideText = L"wide/gr\u00FCn";
     Vector<WString> wideTexts;
-    Vector<int> numbers;
     Vector<Copied> copies;
     Pair pair{"key=value", '='};
     Pair uncutPair{"key=value", '='};
@@ -127,7 +125,7 @@ struct Subject {
 std::string Subject::state() const {
     const test::Unledgered unledgered;
     std::string all = files.get(L"output");
-    all += std::to_string(rep.capacity + numbers.size()) + std::to_string(rep.refCount);
+    all += std::to_string(rep.capacity) + std::to_string(rep.refCount);
     const auto add = [&](const String& part) { (all += '|').append(part, part.size()); };
     const auto addPair = [&](const Pair& added) {
         add(added.asString('='));
@@ -183,29 +181,23 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(text.insert("xyz", 3, 1, 2)),
         ALLOCATES(text.remove(1, 2)),
         ALLOCATES(text.toUpper()),
-        ALLOCATES(text.toLower()),
         ALLOCATES(text.rotateLeft(2)),
         ALLOCATES(text.stripLeadingSpaces()),
-        ALLOCATES(text.stripTrailingSpaces()),
         ALLOCATES(readWords()).inSteps(),
         NEEDS_NO_MEMORY(text = nullptr),
         NEEDS_NO_MEMORY(text = sharer),
         NEEDS_NO_MEMORY(text = std::move(sharer)),
         NEEDS_NO_MEMORY(text.substitute("none", "")),
-        NEEDS_NO_MEMORY(text == sharer),
         // Views.
-        ALLOCATES(view = SubString(text)),
         ALLOCATES(view = text),
         ALLOCATES(view = SubString(text, 1, 3)),
         NEEDS_NO_MEMORY(view = SubString(view)),
-        NEEDS_NO_MEMORY(view == SubString(view)),
         NEEDS_NO_MEMORY(view.purge()),
         // Representations.
         ALLOCATES(StringRep("text", 4)),
         ALLOCATES(rep = "some longer text"),
         ALLOCATES(rep = 'c'),
         ALLOCATES(rep.append("xyz")),
-        ALLOCATES(rep.append('c')),
         ALLOCATES(rep.expandTo(20)),
         ALLOCATES(rep.resizeFor(20)),
         ALLOCATES(rep.replace("xyz", 3, 0, 4)),
@@ -214,7 +206,6 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(rep.buffer = rep.realloc(rep.buffer, 9)),
         ALLOCATES(delete rep.unshare()),
         NEEDS_NO_MEMORY(rep.remove(1, 2)),
-        NEEDS_NO_MEMORY(rep.rotateLeft(2)),
         NEEDS_NO_MEMORY(rep.purge()),
         // Vectors.
         ALLOCATES(texts.add(text)),
@@ -228,9 +219,6 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(wideTexts.intern(wideText, position)),
         ALLOCATES(wideTexts = Vector<WString>(wideTexts)),
         ALLOCATES(wideTexts.resizeFor(9)),
-        ALLOCATES(numbers.add(1)),
-        ALLOCATES(numbers.insert(1, 1)),
-        ALLOCATES(numbers = Vector<int>(numbers)),
         ALLOCATES(copies.resizeFor(9)),
         NEEDS_NO_MEMORY(texts.locate(texts[0], position)),
         NEEDS_NO_MEMORY(texts.removeIdx(1)),
@@ -244,7 +232,6 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(wideText = WStringFromInteger(123456)),
         ALLOCATES(wideText = WStringFromFloat(1.5, '\5', false)),
         ALLOCATES(wideText = toUpper(std::as_const(wideText))),
-        ALLOCATES(wideText = toLower(std::as_const(wideText))),
         ALLOCATES(wideText = substitute(wideText, L"e", L"longer")),
         ALLOCATES(wideText = substitute(wideText, L'e', L'i')),
         ALLOCATES(wideText = substituteCaseInsensitive(wideText, L"E", L"some")),
@@ -263,10 +250,8 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(pair.setValue("text")),
         ALLOCATES(pair.setLine("a=b")),
         ALLOCATES(uncutPair.getAttrib()),
-        ALLOCATES(uncutPair.getValue()),
         ALLOCATES(uncutPair.setAttrib("name")),
         ALLOCATES(uncutPair.setValue("text")),
-        ALLOCATES(uncutPair.valid()),
         ALLOCATES(uncutPair == Pair("other", '=')),
         ALLOCATES(wideText = pair.asWString('=')),
         NEEDS_NO_MEMORY(pair == Pair(pair)),
@@ -278,13 +263,10 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(ini.save(L"output")),
         ALLOCATES(ini.load(L"input", '\n')).inSteps(),
         ALLOCATES(ini["New"]),
-        ALLOCATES(ini.getSection("New")),
         ALLOCATES(Builder{&sections} = " some = text "),
         ALLOCATES(Builder{&sections} = "[New]"),
         ALLOCATES(StringManip::splitBuffer(Builder(&sections), "a,b", 3, ',')),
         NEEDS_NO_MEMORY(ini.sectionExists(text)),
-        NEEDS_NO_MEMORY(std::as_const(ini)[text]),
-        NEEDS_NO_MEMORY(ini.getSectionIterator().name()),
         // Settings.
         ALLOCATES(settings.load(L"input")),
         ALLOCATES(settings.save(L"output")),
@@ -298,14 +280,10 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(settings.sections()),
         ALLOCATES(settings.entries("Section")),
         ALLOCATES(settings.get("Section", "key", L"")),
-        NEEDS_NO_MEMORY(settings.find("section", "KEY")),
-        NEEDS_NO_MEMORY(settings.get("Section", "key", 1.5)),
         NEEDS_NO_MEMORY(settings.erase("Section", "none")),
         NEEDS_NO_MEMORY(settings = Settings(std::move(settings))),
         // Locks.
-        ALLOCATES(CriticalSection()),
         ALLOCATES(CriticalSection("name")),
-        ALLOCATES(CriticalSection(1u)),
         ALLOCATES(lock.init(1)),
         ALLOCATES(lock.setName("name")),
         NEEDS_NO_MEMORY(EasyCrit(lock)),

@@ -134,14 +134,7 @@ struct Name {
 static_assert(std::is_constructible_v<String, Name>);
 static_assert(std::is_pointer_v<decltype(&Vorn::WStringFromUTF8)>);
 
-// Code that would do something else than it seems to is not compiled; traps/ has more of it.
-template <class T, class Value>
-concept Assigns = requires(T target, Value value) {
-    target = value;
-};
-
-static_assert(!Assigns<String, unsigned char> && !Assigns<String, long>);
-static_assert(!Assigns<String, bool> && !Assigns<String, wchar_t>);
+// Conversions that would do something else than they seem to; traps/ has expressions.
 static_assert(!std::is_convertible_v<std::string, String>, "it could be cut at a zero byte unseen");
 struct Opaque;
 struct DeleteArrays;
