@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -41,8 +42,8 @@ public:
     /// Does one of them.
     template <class... Choices>
     void choose(const Choices&... choices) {
-        unsigned chosen = pick(sizeof...(choices));
-        ((chosen-- == 0 ? static_cast<void>(choices()) : void()), ...);
+        const std::function<void()> all[] = {std::cref(choices)...};
+        all[pick(sizeof...(choices))]();
     }
 
 private:

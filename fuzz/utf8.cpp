@@ -13,18 +13,24 @@ UTF8String encode(char32_t c) {
     return {bytes.begin(), bytes.end()};
 }
 
-// Takes one character, or the longest start of one, from the front of `rest`. Bytes start a
-// character if the least or the greatest value that they can stand for is encoded so.
-unsigned next(const char*& rest) {
+// Whether a character starts with these bytes, which hold all of its bits but 6 for each byte left:
+// the least or the greatest that they can stand for does.
+bool isStart(const UTF8String& bytes, char32_t bits, int left) {
+    const UTF8String least = encode(bits << 6 * left);
+    const UTF8String greatest = encode(((bits + 1) << 6 * left) - 1);
+    return least.starts_with(bytes) || greatest.starts_with(bytes);
+}
+
+// Takes one character, or the longest start of one, from the front of `rest`.
+char32_t next(const char*& rest) {
     const char* const start = rest++;
     const auto lead = static_cast<unsigned char>(*start);
     int left = std::clamp(std::countl_one(lead) - 1, 0, 3);
-    unsigned c = lead < 0x80 ? lead : lead & 0x3Fu >> left;
-    for (;; --left, c = c << 6 | (static_cast<unsigned char>(*rest++) & 0x3F)) {
-        const UTF8String taken(start, rest);
-        const UTF8String low = encode(c << 6 * left), high = encode(((c + 1) << 6 * left) - 1);
-        if (!low.starts_with(taken) && !high.starts_with(taken)) break;
-        if (left == 0) return c;
+    char32_t bits = lead < 0x80 ? lead : lead & 0x3Fu >> left;
+    while (isStart({start, rest}, bits, left)) {
+        if (left == 0) return bits;
+        bits = bits << 6 | (static_cast<unsigned char>(*rest++) & 0x3F);
+        --left;
     }
     rest = std::max(start + 1, rest - 1);
     return 0xFFFD;

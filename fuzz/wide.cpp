@@ -10,27 +10,38 @@ namespace {
 using namespace Vorn;
 using test::fieldsOf, test::folded, test::substituted;
 
-void checkTexts(const WString& text, const WString& part, const WString& to, wchar_t c) {
+void checkEnds(const WString& text, const WString& part, wchar_t c) {
     for (const bool cased : {false, true}) {
         const auto seen = [&](const WString& all) { return cased ? all : folded(all); };
-        const WString t = seen(text), word = seen(part.c_str());
-        assert(startsWith(text, part, cased) == (!t.empty() && t.starts_with(word)));
-        assert(endsWith(text, part, cased) == (!t.empty() && t.ends_with(word)));
-        assert(endsWith(text, c, cased) == t.ends_with(seen({c})));
-        assert(cased || compareCaseInsensitive(text, part) == (t.c_str() == word));
+        const WString whole = seen(text), word = seen(part.c_str());
+        assert(startsWith(text, part, cased) == (!whole.empty() && whole.starts_with(word)));
+        assert(endsWith(text, part, cased) == (!whole.empty() && whole.ends_with(word)));
+        assert(endsWith(text, c, cased) == whole.ends_with(seen({c})));
     }
-    WString upper = text, lower = text, front = text, back = text, result = text;
-    assert(toUpper(text) == folded(text, 'a') && toUpper(upper) == folded(text, 'a'));
-    assert(toLower(text) == folded(text) && toLower(lower) == folded(text));
+    assert(compareCaseInsensitive(text, part) ==
+           (folded<WString>(text.c_str()) == folded<WString>(part.c_str())));
     const bool stays = text == WString(text.size(), c);
+    WString front = text, back = text;
     assert(stripLeadingChars(front, c) == text.substr(stays ? 0 : text.find_first_not_of(c)));
     assert(stripTrailingChars(back, c) ==
            text.substr(0, stays ? text.size() : text.find_last_not_of(c) + 1));
+}
+
+void checkChanges(const WString& text, const WString& part, const WString& to, wchar_t c) {
+    WString upper = text, lower = text, result = text;
+    assert(toUpper(text) == folded(text, 'a'));
+    assert(toUpper(upper) == folded(text, 'a'));
+    assert(toLower(text) == folded(text));
+    assert(toLower(lower) == folded(text));
     assert(substitute(text, c, L'!') == substituted<WString>(text, {c}, L"!", false));
     assert(substitute(text, part, to) == substituted(text, part, to, true));
-    for (std::size_t x = text.size() + 1, limit = text.size(); x-- > 0;)
-        if (x + part.size() <= limit && folded(text.substr(x, part.size())) == folded(part))
-            result.replace(limit = x, part.size(), to);
+    std::size_t limit = text.size();
+    for (std::size_t at = text.size() + 1; at-- > 0;) {
+        if (at + part.size() > limit) continue;
+        if (folded(text.substr(at, part.size())) != folded(part)) continue;
+        result.replace(at, part.size(), to);
+        limit = at;
+    }
     assert(substituteCaseInsensitive(text, part, to) == result);
 }
 
@@ -40,7 +51,8 @@ void checkFields(const WString& text, wchar_t c, unsigned flags) {
     WString packed = text;
     const auto expected = fieldsOf(text, c, flags, false);
     for (const WString& field : expected) packed += c + field;
-    assert(split(text, c, fields, flags) == expected.size() + 1 && pack(fields, c) == packed);
+    assert(split(text, c, fields, flags) == expected.size() + 1);
+    assert(pack(fields, c) == packed);
     assert(std::equal(expected.begin(), expected.end(), fields.begin() + 1));
     const auto names = fieldsOf(text, L'/', SplitNoEmpties, false);
     assert(splitFilename(text) == (names.empty() ? WString() : names.back()));
@@ -101,9 +113,10 @@ void checkVector(FuzzInput in) {
                 other.consume(vector);
                 vector.consume(other);
             });
-        assert(!other.begin() && !other.size() && !other.getCapacity());
+        assert(!other.data() && other.empty() && other.getCapacity() == 0);
         peak = std::max(peak, vector.size());
-        assert(index == found && std::ranges::equal(vector, model));
+        assert(index == found);
+        assert(std::ranges::equal(vector, model));
         assert(vector.getCapacity() == (peak > 0 ? std::max(4u, std::bit_ceil(peak)) : 0));
     }
 }
@@ -121,7 +134,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const WString text = take(), part = take(), other = take();
     const unsigned at = in.pick(text.size() + 1);
     const wchar_t c = at < text.size() ? text[at] : L'"';
-    checkTexts(text, part, other, c);
+    checkEnds(text, part, c);
+    checkChanges(text, part, other, c);
     checkFields(text, c, in.pick(4));
     checkVector<WString>(in);
     checkVector<String>(in);

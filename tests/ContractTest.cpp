@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -251,7 +252,7 @@ TEST(Contract, LocksStartOverWithAValueForThePlatform) {
 }
 
 TEST(Contract, LocksKeepBookOfEntries) {
-    CriticalSection section;
+    CriticalSection section, another;
     const unsigned self = OS()->threadServices()->currentThreadId();
     const auto expectHeld = [&](unsigned depth) {
         SCOPED_TRACE("entries: " + std::to_string(depth));
@@ -263,16 +264,15 @@ TEST(Contract, LocksKeepBookOfEntries) {
             if (answer == 0) section.leave();
         });
     };
-    section.enter();
-    expectHeld(1);
-    EXPECT_EQ(section.attemptEntry(), 0);
-    expectHeld(2);
     {
-        const EasyCrit guard(section);
+        const std::scoped_lock guards(section, another);
+        expectHeld(1);
+        EXPECT_TRUE(section.try_lock());
+        const EasyCrit once(section);
         expectHeld(3);
+        section.leave();
+        expectHeld(2);
     }
-    section.leave();
-    section.leave();
     expectHeld(0);
 }
 

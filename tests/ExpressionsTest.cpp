@@ -4,7 +4,6 @@
 
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "Vorn/Vorn.h"
@@ -23,8 +22,6 @@ TEST(Expressions, BuildTexts) {
     EXPECT_STREQ(String(true), "1");
     EXPECT_STREQ(String(0.5f), "0.500000");
     EXPECT_STREQ(String('x', 3), "xxx");
-    EXPECT_STREQ(String(L"wide"), "wide");
-    EXPECT_STREQ(String(std::string_view("view")), "view");
     EXPECT_STREQ(forward(7), "7");
     EXPECT_STREQ(forward("cd", 1u), "c");
 }
@@ -33,7 +30,6 @@ TEST(Expressions, JoinTexts) {
     const String ab("ab");
     EXPECT_STREQ(ab + null, "ab");
     EXPECT_STREQ(ab + nullptr, "ab");
-    EXPECT_STREQ(ab + String(5), "ab5");
     EXPECT_STREQ(ab + ab(1, 1), "abb");
     EXPECT_STREQ(ab + L"!", "ab!");
     EXPECT_STREQ(true ? ab : String("cd"), "ab");
@@ -51,18 +47,15 @@ TEST(Expressions, ChangeTexts) {
 }
 
 TEST(Expressions, CompareTexts) {
-    const String ab("ab"), none, blank("  ");
+    const String ab("ab"), none;
     EXPECT_TRUE("ab" == ab);
     EXPECT_TRUE("cd" != ab);
     EXPECT_TRUE(ab == ab(0, 2));
     EXPECT_TRUE(none == nullptr);
     EXPECT_TRUE(none == null);
     EXPECT_TRUE(none == "");
-    EXPECT_TRUE(none == blank);
     EXPECT_TRUE("a" < ab);
-    EXPECT_TRUE(ab > "a");
     EXPECT_TRUE((ab <=> "b") < 0);
-    EXPECT_FALSE(none < ab);
     EXPECT_TRUE(std::pair(ab, 1) < std::pair(ab, 2));
 }
 

@@ -1,4 +1,4 @@
-// The library's types where the standard library takes its own: containers, algorithms, guards.
+// The library's types where the standard library takes its own: containers and algorithms.
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <iterator>
 #include <map>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -98,17 +97,6 @@ TEST(StandardHandle, SharesWithHandlesOfItsBases) {
     clip = nullptr;
     EXPECT_EQ(clip, nullptr);
     EXPECT_STREQ(title->text, "Intro");
-}
-
-TEST(StandardLock, GuardsTakeIt) {
-    CriticalSection first, second;
-    {
-        const std::scoped_lock both(first, second);
-        EXPECT_NE(first.owner(), 0u);
-        EXPECT_NE(second.owner(), 0u);
-    }
-    EXPECT_EQ(first.owner(), 0u);
-    EXPECT_TRUE(std::unique_lock(first, std::try_to_lock).owns_lock());
 }
 
 // What a class that is derived from the types may read.
