@@ -268,10 +268,13 @@ TEST(Contract, LocksKeepBookOfEntries) {
         const std::scoped_lock guards(section, another);
         expectHeld(1);
         EXPECT_TRUE(section.try_lock());
-        const EasyCrit once(section);
-        expectHeld(3);
-        section.leave();
         expectHeld(2);
+        {
+            const EasyCrit once(section);
+            expectHeld(3);
+        }
+        section.leave();
+        expectHeld(1);
     }
     expectHeld(0);
 }
