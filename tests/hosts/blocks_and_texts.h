@@ -5,19 +5,9 @@
 #include <sstream>
 #include <string>
 
+#include "tests/hosts/module.h"
+
 namespace {
-
-void* makesBlock(std::size_t bytes) {
-    return new char[bytes]();
-}
-
-void freesBlock(void* block) {
-    delete[] static_cast<char*>(block);
-}
-
-void* makesText() {
-    return new std::string(100, 'm');
-}
 
 const char* growsText(void* text) {
     auto& string = *static_cast<std::string*>(text);
@@ -27,8 +17,13 @@ const char* growsText(void* text) {
     return string.size() == wanted ? nullptr : "the text did not grow";
 }
 
-void freesText(void* text) {
-    delete static_cast<std::string*>(text);
-}
+constexpr Host ownSide = {
+    [](std::size_t bytes) -> void* { return new char[bytes](); },
+    [](void* block) { delete[] static_cast<char*>(block); },
+    []() -> void* { return new std::string(100, 'm'); },
+    growsText,
+    [](void* text) { delete static_cast<std::string*>(text); },
+    nullptr,
+};
 
 }  // namespace

@@ -7,11 +7,13 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "Vorn/Vorn.h"
 #include "tests/hosts/blocks_and_texts.h"
+#include "tests/support/Application.h"
 
 namespace {
 
@@ -24,53 +26,31 @@ const WString madeWhileLoading = [] {
     return text;
 }();
 
-const char* settingsWork(const std::string& folder) {
-    const WString path = Vorn::WStringFromUTF8((folder + "/module.ini").c_str());
-    VornIniFile written(true);
-    written["Video"].emplace_back(String("Width"), String(1920), '=');
-    if (!written.save(path)) return "the settings could not be saved";
-    const VornIniFile read(path, true, true);
-    const auto& video = read["Video"];
-    const bool kept = video.size() == 1 && video.front().getValue() == "1920";
-    return kept ? nullptr : "a setting was lost";
-}
-
-const char* streamsWork(const std::string& folder) {
+const char* runtimeWorks(const std::string& folder) {
     const std::string path = folder + "/module.txt";
     std::ofstream(path) << std::string(kLineBytes, 'x') << '\n' << 12.5 << '\n';
     std::ifstream file(path);
     std::string line;
-    std::string number;
+    double number = 0;
     std::getline(file, line);
-    std::getline(file, number);
-    const bool kept = line.size() == kLineBytes && number == "12.5";
-    return kept ? nullptr : "a stream lost bytes";
-}
-
-const char* exceptionsWork() {
+    file >> number;
+    if (line.size() != kLineBytes || number != 12.5) return "a stream lost bytes";
     try {
-        Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->create<int>("nothing", nullptr);
-        return "the library threw nothing";
-    } catch (const Vorn::Exception::RuntimeError&) {
-    }
-    try {
-        static_cast<void>(std::stoi(std::string(100, 'x')));
-        return "the runtime threw nothing";
+        static_cast<void>(std::stoi(line));
     } catch (const std::invalid_argument&) {
+        return nullptr;
     }
-    return nullptr;
+    return "the runtime threw nothing";
 }
 
 // Each thread destroys what the one before it made.
 const char* threadsWork() {
-    constexpr int rounds = 1000;
     std::vector<String> texts(8);
     for (int round = 0; round < 4; ++round) {
         std::vector<std::jthread> threads;
-        threads.reserve(texts.size());
         for (String& text : texts)
             threads.emplace_back([&text] {
-                for (int i = 0; i < rounds; ++i) text = String("round ") + String(i);
+                for (int i = 0; i < 1000; ++i) text = String("round ") + String(i);
             });
     }
     for (const String& text : texts)
@@ -78,19 +58,14 @@ const char* threadsWork() {
     return nullptr;
 }
 
-struct Clip {
-    std::string name;
-};
-
 const char* works(const char* folder) {
     if (madeWhileLoading.size() != kLineBytes) return "the static initialiser failed";
-    if (const char* const failure = settingsWork(folder)) return failure;
-    if (const char* const failure = streamsWork(folder)) return failure;
-    if (const char* const failure = exceptionsWork()) return failure;
+    if (const char* const failure = test::applicationWorks(folder)) return failure;
+    if (const char* const failure = runtimeWorks(folder)) return failure;
     return threadsWork();
 }
 
-const char* allocator() {
+std::string_view allocatorInUse() {
     void* const mimalloc = dlopen("libmimalloc.so.2", RTLD_LAZY | RTLD_NOLOAD);
     if (!mimalloc) return "libc";
     const auto recognises =
@@ -99,7 +74,30 @@ const char* allocator() {
     return recognises(text.data()) ? "mimalloc" : "libc";
 }
 
-const char* leavesMuchAlive() {
+// Blocks and texts are made on one side and freed on the other; both make a text longer.
+const char* exchanges(const Host& host) {
+    for (const std::size_t bytes : {0u, 1u, 24u, 1000u, 100'000u, 8u << 20}) {
+        ownSide.freesBlock(host.makesBlock(bytes));
+        host.freesBlock(ownSide.makesBlock(bytes));
+    }
+    void* const text = ownSide.makesText();
+    const char* failure = ownSide.growsText(text);
+    if (host.makesText) {
+        if (!failure) failure = host.growsText(text);
+        ownSide.freesText(host.makesText());
+        host.freesText(ownSide.makesText());
+    }
+    if (!failure) failure = ownSide.growsText(text);
+    ownSide.freesText(text);
+    return failure;
+}
+
+struct Clip {
+    std::string name;
+};
+
+// Objects of all kinds and a busy thread.
+void leaveMuchAlive() {
     static const std::string text(kLineBytes, 's');
     static const Vorn::PooledObjectDebug::LoggingTraitsBase logger("left alive");
     static CriticalSection held("left held");
@@ -109,10 +107,17 @@ const char* leavesMuchAlive() {
     std::thread([] {
         for (String busy;;) busy = String("round ") + String(busy.size());
     }).detach();
-    return nullptr;
 }
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) const ModuleCalls moduleCalls = {
-    works, allocator, makesBlock, freesBlock, makesText, growsText, freesText, leavesMuchAlive};
+extern "C" __attribute__((visibility("default"))) const char* play(const char* scenario, Host* host,
+                                                                   const char* folder,
+                                                                   const char* allocator) {
+    if (allocatorInUse() != allocator) return "another allocator is in use";
+    if (std::string_view(scenario) == "exchanges") return exchanges(*host);
+    if (std::string_view(scenario) == "exits_alive") leaveMuchAlive();
+    ownSide.freesBlock(host->keptBlock);
+    host->keptBlock = ownSide.makesBlock(1000);
+    return works(folder);
+}

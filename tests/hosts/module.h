@@ -1,14 +1,10 @@
-// What the module of the host matrix offers to hosts in any language, as the symbol "moduleCalls".
+// What the module of the host matrix and its hosts, in any language, know of each other.
 #pragma once
 
 #include <stddef.h>
 
-/// Texts that are returned say what went wrong; null says nothing did.
+/// What a host does by itself. Texts are null in a host that knows none.
 typedef struct {
-    /// Uses the library, streams, exceptions and threads by itself; writes into `folder`.
-    const char* (*works)(const char* folder);
-    /// "mimalloc" or "libc": what the library allocates from.
-    const char* (*allocator)(void);
     /// A block of `new char[bytes]`.
     void* (*makesBlock)(size_t bytes);
     void (*freesBlock)(void* block);
@@ -16,6 +12,11 @@ typedef struct {
     void* (*makesText)(void);
     const char* (*growsText)(void* text);
     void (*freesText)(void* text);
-    /// Leaves objects of all kinds and a busy thread behind.
-    const char* (*leavesMuchAlive)(void);
-} ModuleCalls;
+    /// The module's, which outlives it. Null at first.
+    void* keptBlock;
+} Host;
+
+/// The module's symbol "play". Plays a scenario, which may write into the folder; `allocator` is
+/// "mimalloc" or "libc", what the library is to allocate from. Returns what went wrong, or null.
+typedef const char* Play(const char* scenario, Host* host, const char* folder,
+                         const char* allocator);
