@@ -4,6 +4,7 @@
 #include <atomic>
 #include <barrier>
 #include <chrono>
+#include <future>
 #include <list>
 #include <map>
 #include <memory>
@@ -168,16 +169,10 @@ struct SlowThreads : test::Threads {
 
 TEST(NamedObjects, ThreadsShareOneGlobalNamespace) {
     const SlowThreads threads;
-    Vorn::NamedObjectsNamespace* seen[2] = {};
-    {
-        std::vector<std::jthread> callers;
-        for (auto& instance : seen)
-            callers.emplace_back([&instance] {
-                instance = Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance();
-            });
-    }
-    EXPECT_NE(seen[0], nullptr);
-    EXPECT_EQ(seen[0], seen[1]);
+    const auto getInstance = Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance;
+    auto one = std::async(std::launch::async, getInstance);
+    auto other = std::async(std::launch::async, getInstance);
+    EXPECT_EQ(one.get(), other.get());
 }
 
 TEST(NamedObjects, ThreadsWaitForHeldKeysAlone) {

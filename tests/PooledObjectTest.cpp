@@ -112,8 +112,9 @@ void buildWithoutHandler() {
     new Logger("older");
     handlersRefused = true;
     const bool reached = std::atexit([] {}) != 0;  // A sanitizer takes what is registered itself.
-    static auto& unreported = *new std::vector<Logger*>;  // Kept, so that it is no leak.
-    if (reached) unreported.push_back(new Logger("without handler"));
+    if (reached) {
+        [[maybe_unused]] static const auto* const unreported = new Logger("without handler");
+    }
     handlersRefused = false;
 }
 
@@ -217,24 +218,40 @@ TEST(PooledObject, MeasuresDemand) {
     }
 }
 
+CriticalSection& reportLock() {
+    return *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()
+                ->findOrCreate<CriticalSection>("PooledObjects.log_FileAccessLock");
+}
+
 // The logs' folder, whoever asks for which holds the lock that all modules share.
 struct GuardedFolder : test::Folder {
     using Folder::Folder;
     WString getFolderPath(int code) override {
         ++asked;
-        EXPECT_EQ(lock->owner(), OS()->threadServices()->currentThreadId());
+        EXPECT_EQ(lock.owner(), posix::threadServices->currentThreadId());
         return Folder::getFolderPath(code);
     }
 
-    CriticalSection* const lock =
-        Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
-            "PooledObjects.log_FileAccessLock");
+    CriticalSection& lock = reportLock();
     int asked = 0;
 };
 
-TEST(PooledObject, ReportsUnderTheSharedLock) {
+// Who enters a lock asks which thread it is. While the report's is held nobody may enter another: a
+// factory holds the registry's, and may report.
+struct LastLock : test::Threads {
+    unsigned currentThreadId() override {
+        const unsigned caller = Threads::currentThreadId();
+        EXPECT_NE(lock.owner(), caller) << "has entered another lock than the report's";
+        return caller;
+    }
+
+    CriticalSection& lock = reportLock();
+};
+
+TEST(PooledObject, ReportsUnderTheSharedLockAlone) {
     const Logs logs;
-    GuardedFolder folders(root);
+    const GuardedFolder folders(root);
+    const LastLock threads;
     {
         Logger logger("pool");
         logger.dump();

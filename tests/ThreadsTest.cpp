@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <barrier>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -151,16 +150,12 @@ TEST(Threads, FindTheOneObjectThatAnyOfThemMade) {
 }
 
 TEST(Threads, SeeWhatTheirOwnCountingMade) {
-    constexpr std::int32_t kCounts = 1000000;
-    std::int32_t count = 2 * kCounts;
+    constexpr std::int64_t kCounts = kThreads * kSteps;
+    std::int32_t count = kCounts;
     std::atomic<std::int64_t> sum = 0;
-    const auto countDown = [&] {
-        std::int64_t seen = 0;
-        for (int n = 0; n < kCounts; ++n) seen += OS()->atomicServices()->decrement(&count);
-        sum += seen;
-    };
-    { const std::jthread first(countDown), second(countDown); }
-    EXPECT_EQ(sum, std::int64_t{kCounts} * (2 * kCounts - 1)) << "each number once";
+    runOnAllThreads(
+        [&](std::size_t, std::size_t) { sum += OS()->atomicServices()->decrement(&count); });
+    EXPECT_EQ(sum, kCounts * (kCounts - 1) / 2) << "each number once";
 }
 
 struct Spare : Reclaimable {
@@ -185,22 +180,17 @@ char stateOf(pid_t thread) {
     return line[line.rfind(')') + 2];
 }
 
+// Ends only if they do.
 TEST(Threads, SleepWhileTheyWaitForALock) {
     CriticalSection section;
     section.enter();
     std::atomic<pid_t> waiter = 0;
-    std::jthread thread([&] {
+    const std::jthread thread([&] {
         waiter = ::gettid();
         section.enter();
         section.leave();
     });
-    constexpr int kEnoughInARow = 20;
-    int asleep = 0;
-    for (int looks = 0; looks < 10000 && asleep < kEnoughInARow; ++looks) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        asleep = waiter != 0 && stateOf(waiter) == 'S' ? asleep + 1 : 0;
-    }
-    EXPECT_EQ(asleep, kEnoughInARow);
+    while (waiter == 0 || stateOf(waiter) != 'S') std::this_thread::yield();
     section.leave();
 }
 #endif
