@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Vorn/CriticalSection.h"
+#include "Vorn/PathsLite.h"
 #include "Vorn/VornNamedObjects.h"
 #include "tests/support/TestPlatform.h"
 
@@ -30,16 +31,12 @@ std::string lineOf(const std::string& name, int maxInUse = 0, const std::string&
            " allocs/sec @ " + atMs + " " + std::asctime(std::localtime(&peak));
 }
 
-// A folder of their own for the logs of this process and of its children; it outlives all loggers.
-const auto& root = *new std::string(testing::TempDir() + "vorn" + std::to_string(::getpid()) + '/');
-const auto& logFolder = *new std::string(root + "Vornhold/Logs/");
-
+// The logs of this process and of its children.
 struct Logs {
-    Logs() { std::filesystem::create_directories(logFolder); }
-    ~Logs() { std::filesystem::remove_all(root); }
+    Logs() { std::filesystem::create_directories(folder); }
     // Headers are taken out and counted.
     std::string takeReport() {
-        const std::string path = logFolder + "PooledObjects.log";
+        const std::filesystem::path path = folder / "PooledObjects.log";
         std::string report(std::istreambuf_iterator<char>(std::ifstream(path).rdbuf()), {});
         std::filesystem::remove(path);
         const std::string rule = "\n" + std::string(59, '-') + " ";
@@ -54,7 +51,10 @@ struct Logs {
     }
 
     unsigned headers = 0;
-    test::Folder installation{root};
+    const test::TemporaryFolder temporary;
+    const std::string root = temporary.path / "";
+    const std::filesystem::path folder = temporary.path / "Vornhold/Logs";
+    const test::Folder installation{root};
 };
 
 void buildOfEachKind() {
@@ -80,10 +80,11 @@ void closeModule() {
 
 // While its folder is missing, reports are lost and nothing is made.
 void reportLate() {
+    const std::filesystem::path folder = Vorn::PathsLite::getSystemLogsPath();
     Logger logger("late");
-    std::filesystem::remove_all(root);
+    std::filesystem::remove(folder);
     logger.dump();
-    if (!std::filesystem::create_directories(logFolder)) std::exit(1);
+    if (!std::filesystem::create_directory(folder.parent_path())) std::exit(1);
 }
 
 // One while static objects end, others on a thread that goes on while exit does.
@@ -218,11 +219,6 @@ TEST(PooledObject, MeasuresDemand) {
     }
 }
 
-CriticalSection& reportLock() {
-    return *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()
-                ->findOrCreate<CriticalSection>("PooledObjects.log_FileAccessLock");
-}
-
 // The logs' folder, whoever asks for which holds the lock that all modules share.
 struct GuardedFolder : test::Folder {
     using Folder::Folder;
@@ -232,26 +228,29 @@ struct GuardedFolder : test::Folder {
         return Folder::getFolderPath(code);
     }
 
-    CriticalSection& lock = reportLock();
+    CriticalSection& lock =
+        *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
+            "PooledObjects.log_FileAccessLock");
     int asked = 0;
 };
 
 // Who enters a lock asks which thread it is. While the report's is held nobody may enter another: a
 // factory holds the registry's, and may report.
 struct LastLock : test::Threads {
+    explicit LastLock(CriticalSection& last) : lock(last) {}
     unsigned currentThreadId() override {
         const unsigned caller = Threads::currentThreadId();
         EXPECT_NE(lock.owner(), caller) << "has entered another lock than the report's";
         return caller;
     }
 
-    CriticalSection& lock = reportLock();
+    CriticalSection& lock;
 };
 
 TEST(PooledObject, ReportsUnderTheSharedLockAlone) {
     const Logs logs;
-    const GuardedFolder folders(root);
-    const LastLock threads;
+    const GuardedFolder folders(logs.root);
+    const LastLock threads(folders.lock);
     {
         Logger logger("pool");
         logger.dump();

@@ -19,9 +19,18 @@
 
 namespace test {
 
+/// How many more times services were asked for than used, over all doubles of this header: each
+/// operation of theirs notes its use, so that a caller who keeps a service for a second one shows.
+inline std::atomic<long> unusedAnswers = 0;
+inline long keptServices() {
+    return unusedAnswers;
+}
+inline void noteUse() {
+    --unusedAnswers;
+}
+
 /// Puts a double behind `OS()` for a scope, in place of whatever was there. Not while other threads
-/// use the service. Doubles call `noteUse` in each operation, so that a caller who keeps a service
-/// for a second use shows.
+/// use the service.
 template <class Interface>
 struct Override {
     explicit Override(Interface* service) : former(installed) { installed = service; }
@@ -31,10 +40,8 @@ struct Override {
         ++unusedAnswers;
         return installed;
     }
-    static void noteUse() { --unusedAnswers; }
 
     static inline constinit Interface* installed = nullptr;
-    static inline std::atomic<long> unusedAnswers = 0;  ///< Answers of `OS()` less uses of them.
     Interface* const former;
 };
 
@@ -50,15 +57,15 @@ struct ForwardingMemory : iMemoryServices {
 /// Counters as ever; a scope of its own in which uses are noted.
 struct Atomics : iAtomicServices {
     void increment(std::int32_t* counter) override {
-        installation.noteUse();
+        noteUse();
         posix::atomicServices->increment(counter);
     }
     std::int32_t decrement(std::int32_t* counter) override {
-        installation.noteUse();
+        noteUse();
         return posix::atomicServices->decrement(counter);
     }
     void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
-        installation.noteUse();
+        noteUse();
         return posix::atomicServices->compareExchangePointer(target, exchange, comparand);
     }
 
@@ -78,7 +85,7 @@ struct Unledgered {
 /// pass it by.
 struct MemoryLedger : ForwardingMemory {
     void* allocate(std::size_t bytes) override {
-        installation.noteUse();
+        noteUse();
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
         if (failIn > 0 && --failIn == 0) {
@@ -91,7 +98,7 @@ struct MemoryLedger : ForwardingMemory {
         return block;
     }
     void free(void* block) override {
-        installation.noteUse();
+        noteUse();
         blocks.extract(block);  // Unlike `erase`, it has let go of its node when that is released.
         next->free(block);
     }
@@ -152,11 +159,11 @@ struct MemoryFiles : iFileServices {
         return file == contents.end() ? "" : file->second;
     }
     wchar_t pathSeparator() override {
-        installation.noteUse();
+        noteUse();
         return '/';
     }
     Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
-        installation.noteUse();
+        noteUse();
         const Unledgered unledgered;
         calls += ", open " + std::string(path.begin(), path.end());
         for (const int code : {a, b, c, d}) calls += ' ' + std::to_string(code);
@@ -175,19 +182,19 @@ struct MemoryFiles : iFileServices {
 struct Clock : iTextServices {
     explicit Clock(double milliseconds) : ms(milliseconds) {}
     WString wideFromAscii(const char* text) override {
-        installation.noteUse();
+        noteUse();
         return next->wideFromAscii(text);
     }
     UTF8String utf8FromWide(const WString& text) override {
-        installation.noteUse();
+        noteUse();
         return next->utf8FromWide(text);
     }
     WString wideFromUtf8(const char* text) override {
-        installation.noteUse();
+        noteUse();
         return next->wideFromUtf8(text);
     }
     double nowMilliseconds() override {
-        installation.noteUse();
+        noteUse();
         return ms += step;
     }
 
@@ -217,12 +224,12 @@ struct Threads : iThreadServices {
         Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
     };
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
-        installation.noteUse();
+        noteUse();
         value = n;
         return (new Lock)->handOver();
     }
     unsigned currentThreadId() override {
-        installation.noteUse();
+        noteUse();
         return posix::threadServices->currentThreadId();
     }
 
@@ -235,7 +242,7 @@ struct Threads : iThreadServices {
 struct Folder : iPathServices {
     explicit Folder(const std::string& name) : path(name.begin(), name.end()) {}
     WString getFolderPath(int) override {
-        installation.noteUse();
+        noteUse();
         return path;
     }
 
@@ -252,12 +259,5 @@ struct TemporaryFolder {
         std::filesystem::canonical(std::filesystem::temp_directory_path()) /
         ("vorn-test-" + std::to_string(::getpid()));
 };
-
-/// How many more times services were asked for than used, over all doubles of this header.
-inline long keptServices() {
-    return Override<iMemoryServices>::unusedAnswers + Override<iAtomicServices>::unusedAnswers +
-           Override<iFileServices>::unusedAnswers + Override<iTextServices>::unusedAnswers +
-           Override<iThreadServices>::unusedAnswers + Override<iPathServices>::unusedAnswers;
-}
 
 }  // namespace test
