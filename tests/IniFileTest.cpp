@@ -12,9 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const auto contentOf = [](const fs::path& file) {
-    return std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {});
-};
+std::string contentOf(const fs::path& file) {
+    return {std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}};
+}
 
 // Loads and saves a file.
 std::string resaved(const std::string& file, bool cased) {

@@ -11,6 +11,39 @@
 
 namespace test {
 
+inline std::string trimmed(std::string text, const std::string& bytes) {
+    text.erase(text.find_last_not_of(bytes) + 1);
+    return text.erase(0, text.find_first_not_of(bytes));
+}
+
+inline std::string controls() {
+    std::string bytes = "\x7F";
+    for (char c = 0; c < ' '; ++c) bytes += c;
+    return bytes;
+}
+
+/// The lines that are not blank, trimmed. Controls at the start of the first one stay.
+inline std::vector<std::string> iniLines(const std::string& file, char delimiter) {
+    std::vector<std::string> lines;
+    std::istringstream in(file);
+    bool isFirst = true;
+    for (std::string line; std::getline(in, line, delimiter); isFirst = false) {
+        line.erase(line.find_last_not_of(controls()) + 1);
+        if (!isFirst) line = trimmed(line, controls());
+        line = trimmed(line, " ");
+        if (!line.empty()) lines.push_back(line);
+    }
+    return lines;
+}
+
+inline bool isHeader(const std::string& line) {
+    return line.starts_with('[') && line.ends_with(']');
+}
+
+inline std::string headerName(const std::string& line) {
+    return line.substr(1, line.size() - 2);
+}
+
 struct IniModel {
     struct Entry {
         std::string text(char separator) const {
@@ -25,34 +58,36 @@ struct IniModel {
         if (end == std::string::npos) return {line, "", ""};
         return {line, line.substr(0, end), line.substr(end + 1)};
     }
-    std::string keyOf(const std::string& name) const {
-        return cased ? name.c_str() : folded<std::string>(name.c_str());
-    }
+
     void load(const std::string& file, char delimiter) {
-        std::string controls = "\x7F", name = kAnonymous, line;
-        for (char c = 0; c < ' '; ++c) controls += c;
-        std::istringstream in(file);
-        for (bool first = true; std::getline(in, line, delimiter); first = false) {
-            line.erase(0, first ? 0 : line.find_first_not_of(controls));
-            line.erase(line.find_last_not_of(controls) + 1);
-            line.erase(line.find_last_not_of(' ') + 1).erase(0, line.find_first_not_of(' '));
-            if (line.size() > 1 && line[0] == '[' && line.back() == ']')
-                name = line.substr(1, line.size() - 2);
-            else if (!line.empty())
+        std::string name = kAnonymous;
+        for (const std::string& line : iniLines(file, delimiter)) {
+            if (isHeader(line))
+                name = headerName(line);
+            else
                 sections[name].push_back(entryOf(line, '='));
         }
     }
+
     std::string save() const {
-        std::string first, rest;
-        bool apart = sections.contains(kAnonymous);
+        std::string anonymous, others;
+        bool needsBlankLine = sections.contains(kAnonymous);
         for (const auto& [name, entries] : sections) {
-            const bool anonymous = keyOf(name) == keyOf(kAnonymous);
-            if (!anonymous) rest += (apart ? "\r\n[" : "[") + name + "]\r\n";
-            if (!anonymous) apart = name.find_first_not_of(' ') != std::string::npos;
-            for (const Entry& entry : entries)
-                (anonymous ? first : rest) += entry.text('=') + "\r\n";
+            std::string lines;
+            for (const Entry& entry : entries) lines += entry.text('=') + "\r\n";
+            if (keyOf(name) == keyOf(kAnonymous)) {
+                anonymous = lines;
+                continue;
+            }
+            others += (needsBlankLine ? "\r\n[" : "[") + name + "]\r\n" + lines;
+            needsBlankLine = name.find_first_not_of(' ') != std::string::npos;
         }
-        return first + rest;
+        return anonymous + others;
+    }
+
+    /// What names that are the same have in common.
+    std::string keyOf(const std::string& name) const {
+        return cased ? name.c_str() : folded<std::string>(name.c_str());
     }
 
     static constexpr char kAnonymous[] = "@@@ANONYMOUS_SECTION_RESERVED_NAME@@@";

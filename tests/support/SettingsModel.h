@@ -1,144 +1,119 @@
-// Test support: the settings that a file has, told once more.
+// Test support: what settings a text has and how they change, told once more.
 #pragma once
 
 #include <algorithm>
-#include <map>
-#include <sstream>
+#include <functional>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Vorn/Settings.h"
-#include "Vorn/VornIniFile.h"
-#include "tests/support/TestPlatform.h"
-#include "tests/support/TextModels.h"
+#include "tests/support/IniModel.h"
 
 namespace test {
 
-constexpr char kMark[] = "\xEF\xBB\xBF";
-
-inline std::string withoutBlanks(std::string text) {
-    std::string blanks = " \x7F";
-    for (char c = 0; c < ' '; ++c) blanks += c;
-    text.erase(text.find_last_not_of(blanks) + 1);
-    return text.erase(0, text.find_first_not_of(blanks));
+inline std::string withoutMark(const std::string& text) {
+    return text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text;
 }
 
-/// The sections of a file with their settings, both in the file's order.
-struct SettingsModel {
-    using Entries = std::vector<std::pair<std::string, std::string>>;
+/// Sections with their settings, both in the file's order; the section without a name is the first.
+class SettingsModel {
+public:
+    struct Entry {
+        bool operator==(const Entry&) const = default;
 
-    SettingsModel(const Vorn::Settings& settings, Vorn::Case caseRule) : rule(caseRule) {
-        for (const auto& section : settings.sections()) {
-            Entries& entries = sections.emplace_back(section.name(), Entries()).second;
-            for (const auto& [key, value] : section.entries()) entries.emplace_back(key, value);
+        std::string key, value;
+    };
+    struct Section {
+        bool operator==(const Section&) const = default;
+
+        std::string name;
+        std::vector<Entry> entries;
+    };
+
+    SettingsModel(const std::string& text, Vorn::Case caseRule) : rule(caseRule) {
+        const std::string blanks = controls() + ' ';
+        std::string name;
+        for (const std::string& line : iniLines(withoutMark(text), '\n')) {
+            if (isHeader(line)) {
+                name = headerName(line);
+                section(name);
+                continue;
+            }
+            const auto [_, attrib, value, state] = IniModel::entryOf(line, '=');
+            const std::string key = trimmed(attrib, blanks);
+            if (!key.empty() && key[0] != ';' && key[0] != '#')
+                section(name).entries.push_back({key, trimmed(value, blanks)});
         }
-    }
-
-    std::string seen(const std::string& name) const {
-        return rule == Vorn::Case::exact ? name : folded(name);
-    }
-    auto named(const std::string& name) const {
-        return [this, name](const auto& each) { return seen(each.first) == seen(name); };
-    }
-    /// Names of sections count up to their first zero byte; the one without a name has two.
-    std::string sectionNamed(const std::string& name) const {
-        const std::string counting = seen(name.c_str());
-        return counting == seen(bytesOf(VornIniFile::kAnonymousSection())) ? "" : counting;
-    }
-    auto isSection(const std::string& name) const {
-        return [this, name](const auto& each) {
-            return sectionNamed(each.first) == sectionNamed(name);
-        };
-    }
-    Entries& section(const std::string& name) {
-        const auto found = std::ranges::find_if(sections, isSection(name));
-        if (found != sections.end()) return found->second;
-        const auto place = sectionNamed(name).empty() ? sections.begin() : sections.end();
-        return sections.emplace(place, sectionNamed(name).empty() ? "" : name, Entries())->second;
-    }
-    void set(const std::string& name, const std::string& key, const std::string& value) {
-        Entries& entries = section(name);
-        const auto found = std::ranges::find_if(entries, named(key));
-        if (found == entries.end())
-            entries.emplace_back(key, value);
-        else
-            found->second = value;
-    }
-    bool erase(const std::string& name, const std::string& key) {
-        if (std::ranges::none_of(sections, isSection(name))) return false;
-        return std::erase_if(section(name), named(key)) > 0;
-    }
-    bool eraseSection(const std::string& name) {
-        return std::erase_if(sections, isSection(name)) > 0;
     }
 
     /// All but the section without a name where it has no settings.
-    auto listed() const {
-        auto listed = sections;
-        std::erase(listed, std::pair(std::string(), Entries()));
-        return listed;
-    }
-    /// By section, without those that have none. Only in the one without a name, which stands for
-    /// two of an INI file, the order does not count.
-    using BySection = std::map<std::string, Entries>;
-    BySection bySection() const {
-        BySection all;
-        for (const auto& [name, entries] : sections)
-            if (!entries.empty()) all[sectionNamed(name)] = entries;
-        if (all.contains("")) std::ranges::sort(all[""]);
+    std::vector<Section> listed() const {
+        auto all = sections;
+        std::erase(all, Section());
         return all;
     }
-    /// What `VornIniFile` finds in the same text, but for comments.
-    BySection inIniFile(const std::string& text) const {
-        MemoryFiles files;
-        files.put(L"in", text.starts_with(kMark) ? text.substr(3) : text);
-        const VornIniFile ini(L"in", true, rule == Vorn::Case::exact);
-        BySection all;
-        for (auto walk = ini.getSectionIterator(); walk.valid(); ++walk) {
-            const std::string name = sectionNamed(bytesOf(walk.name()));
-            for (const Vorn::AttribValuePair& entry : *walk) {
-                const std::string key = withoutBlanks(bytesOf(entry.getAttrib()));
-                if (!key.empty() && key[0] != ';' && key[0] != '#')
-                    all[name].emplace_back(key, withoutBlanks(bytesOf(entry.getValue())));
-            }
-        }
-        if (all.contains("")) std::ranges::sort(all[""]);
-        return all;
+
+    std::optional<std::string> find(const std::string& name, const std::string& key) const {
+        const auto place = std::ranges::find_if(sections, withName(name));
+        if (place == sections.end()) return std::nullopt;
+        const auto found = std::ranges::find_if(place->entries, withKey(key));
+        return found != place->entries.end() ? std::optional(found->value) : std::nullopt;
+    }
+    void set(const std::string& name, const std::string& key, const std::string& value) {
+        auto& entries = section(name).entries;
+        const auto found = std::ranges::find_if(entries, withKey(key));
+        if (found != entries.end())
+            found->value = value;
+        else
+            entries.push_back({key, value});
+    }
+    bool erase(const std::string& name, const std::string& key) {
+        if (std::ranges::none_of(sections, withName(name))) return false;
+        return std::erase_if(section(name).entries, withKey(key)) > 0;
+    }
+    bool eraseSection(const std::string& name) {
+        return std::erase_if(sections, withName(name)) > 0;
+    }
+
+private:
+    std::string seen(const std::string& name) const {
+        return rule == Vorn::Case::exact ? name : folded(name);
+    }
+    /// Names of sections count up to their first zero byte; the one without a name has two.
+    std::string nameOf(const std::string& given) const {
+        const std::string name = given.c_str();
+        return seen(name) == seen(IniModel::kAnonymous) ? "" : name;
+    }
+    std::function<bool(const Entry&)> withKey(const std::string& key) const {
+        return [this, key](const Entry& each) { return seen(each.key) == seen(key); };
+    }
+    std::function<bool(const Section&)> withName(const std::string& name) const {
+        return [this, wanted = seen(nameOf(name))](const Section& each) {
+            return seen(each.name) == wanted;
+        };
+    }
+    Section& section(const std::string& name) {
+        const auto found = std::ranges::find_if(sections, withName(name));
+        if (found != sections.end()) return *found;
+        const auto place = nameOf(name).empty() ? sections.begin() : sections.end();
+        return *sections.insert(place, {nameOf(name), {}});
     }
 
     Vorn::Case rule;
-    std::vector<std::pair<std::string, Entries>> sections;
+    std::vector<Section> sections;
 };
 
-/// The lines of a text, without their ends and without a byte order mark.
-inline std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text.starts_with(kMark) ? text.substr(3) : text);
-    for (std::string line; std::getline(in, line); lines.push_back(line))
-        if (line.ends_with('\r')) line.pop_back();
-    return lines;
-}
-
-/// How many lines of a text lie between those that another one begins and ends with.
-inline long linesChanged(const std::string& text, const std::string& other) {
-    const std::vector<std::string> lines = linesOf(text), others = linesOf(other);
-    const auto [from, otherFrom] = std::ranges::mismatch(lines, others);
-    const auto [end, otherEnd] = std::mismatch(lines.rbegin(), std::reverse_iterator(from),
-                                               others.rbegin(), std::reverse_iterator(otherFrom));
-    return end.base() - from;
-}
-
-/// Whether all lines of `part` are lines of a text, in that order; an empty one may come first.
-inline bool hasLines(const std::string& text, const std::string& part) {
-    std::vector<std::string> lines = linesOf(text);
-    lines.insert(lines.begin(), "");
-    auto next = lines.begin();
-    for (const std::string& line : linesOf(part)) {
-        next = std::find(next, lines.end(), line);
-        if (next++ == lines.end()) return false;
+/// The same of settings.
+inline std::vector<SettingsModel::Section> listedBy(const Vorn::Settings& settings) {
+    std::vector<SettingsModel::Section> all;
+    for (const auto& section : settings.sections()) {
+        auto& entries = all.emplace_back(std::string(section.name())).entries;
+        for (const auto& [key, value] : settings.entries(section.name()))
+            entries.push_back({std::string(key), std::string(value)});
     }
-    return true;
+    std::erase(all, SettingsModel::Section());
+    return all;
 }
 
 }  // namespace test
