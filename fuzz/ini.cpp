@@ -19,8 +19,10 @@ String toString(const std::string& text) {
 
 void checkReads(const AttribValuePair& pair, const Entry& entry, char separator) {
     const std::string text = entry.text(separator);
-    assert(pair.getState() == entry.state && bytesOf(pair.getLine()) == entry.line);
-    assert(bytesOf(pair.getAttrib()) == entry.attrib && bytesOf(pair.getValue()) == entry.value);
+    assert(pair.getState() == entry.state);
+    assert(bytesOf(pair.getLine()) == entry.line);
+    assert(bytesOf(pair.getAttrib()) == entry.attrib);
+    assert(bytesOf(pair.getValue()) == entry.value);
     assert(pair.valid() == (entry.state != 1 && !entry.attrib.empty() && !entry.value.empty()));
     assert(bytesOf(pair.asString(separator)) == text);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(text.c_str());
@@ -52,9 +54,12 @@ void edit(FuzzInput& in, Entries& entries, std::vector<Entry>& expected) {
     const std::string given = in.text(16);
     entries.emplace_back(toString(given), separator);
     expected.push_back(IniModel::entryOf(given, separator));
-    const unsigned x = in.pick(entries.size()), y = in.pick(entries.size());
-    AttribValuePair &pair = entries[x], other = entries[y];
-    Entry &entry = expected[x], source = expected[y];
+    const unsigned changed = in.pick(entries.size());
+    AttribValuePair& pair = entries[changed];
+    Entry& entry = expected[changed];
+    const unsigned copied = in.pick(entries.size());
+    const AttribValuePair other = entries[copied];
+    Entry source = expected[copied];
     checkReads(pair, entry, separator);
     checkEquality(pair, other);
     checkFind(entries, given, in.flag());
@@ -126,7 +131,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             [&] { edit(in, ini[toString(name)], model.sections[name]); });
     }
     const std::string saved = model.save();
-    assert(ini.save(L"out") && files.get(L"out") == saved);
+    assert(ini.save(L"out"));
+    assert(files.get(L"out") == saved);
     auto walk = ini.getSectionIterator();
     for (const auto& [name, entries] : model.sections) {
         const auto here = walk++;

@@ -130,12 +130,20 @@ TEST(Settings, DoublesComeBackBitByBitUnderAnyLocale) {
     std::setlocale(LC_NUMERIC, formerNumeric.c_str());
 }
 
+TEST(Settings, ValuesMayBeWrittenInOtherWays) {
+    for (const std::string word : {"true", "Yes", "ON", "1"})
+        EXPECT_TRUE(settingsOf("k=" + word).get("", "k", false)) << word;
+    for (const std::string word : {"false", "No", "OFF", "0"})
+        EXPECT_FALSE(settingsOf("k=" + word).get("", "k", true)) << word;
+    EXPECT_EQ(settingsOf("k=+5").get("", "k", 0), 5);
+    const std::vector<int> spaced = settingsOf("k=1 , 2").get("", "k", std::vector<int>());
+    EXPECT_EQ(spaced, (std::vector<int>{1, 2}));
+}
+
 TEST(Settings, WhatIsNoValueOfTheTypeIsTheFallback) {
-    const Settings settings = settingsOf(
-        "word=Yes\nplus=+5\nlarge=300\nreal=1.5\npart=5 px\nlist=1,x\nempty=\nhuge=1e999");
-    EXPECT_TRUE(settings.get("", "word", false));
+    const Settings settings =
+        settingsOf("large=300\nreal=1.5\npart=5 px\nlist=1,x\nempty=\nhuge=1e999");
     EXPECT_TRUE(settings.get("", "large", true)) << "not a word for false";
-    EXPECT_EQ(settings.get("", "plus", 0), 5);
     EXPECT_EQ(settings.get<unsigned char>("", "large", 7), 7);
     EXPECT_EQ(settings.get("", "real", 7), 7);
     EXPECT_EQ(settings.get("", "part", 7), 7);

@@ -77,6 +77,16 @@ if(GDB)
   expect("${out}" "libvorn[^\n]*\n *vorn\n *AttribValuePair")
 endif()
 
+find_program(LLDB lldb)
+if(LLDB)  # Debian's does not find its own module, and follows the PATH to its Python.
+  get_filename_component(folder ${LLDB} REALPATH)
+  get_filename_component(folder ${folder} DIRECTORY)
+  file(GLOB modules ${folder}/../lib/python3.*/dist-packages)
+  run(${CMAKE_COMMAND} -E env PATH=/usr/bin:/bin PYTHONPATH=${modules} ${LLDB} --no-lldbinit --batch
+    -o "command script import ${prefix}/share/vorn/vorn_lldb.py" -o "type summary list -w vorn")
+  expect("${out}" "vorn_lldb.show_attrib_value_pair")
+endif()
+
 if(EXISTS ${prefix}/bin/vorn-ini)
   run(${prefix}/bin/vorn-ini --help)
   run(${prefix}/bin/pooled-report --help)

@@ -231,7 +231,7 @@ class SaveTest(unittest.TestCase):
         link, pipe = abandoned[:-8] + "00000001", abandoned[:-8] + "00000002"
         os.symlink("victim", link)
         os.mkfifo(pipe)
-        longer, shorter, no_number = abandoned + "0", abandoned[:-1], abandoned[:-1] + "x"
+        longer, shorter, no_number = abandoned + "x", abandoned[:-1], abandoned[:-1] + "x"
         for name in longer, shorter, no_number:
             shutil.copy(abandoned, name)
             os.chmod(name, 0o777)

@@ -59,9 +59,13 @@ class PooledReportTest(unittest.TestCase):
         self.assertEqual(lines[3].split(), ["Two↵lines", "3", "5.00", "0.62", *DATES[-1].split()])
         self.assertEqual(lines[4].replace(FRAMES, "").split(), ["16", "80.00", "10.00", *DATES[-1].split()])
         page = ElementTree.parse(self.page)
-        for place, texts in ("h2", [FRAMES, "Two↵lines"]), ("p/b", ["20", "8"]), (
-                "figure//div[@class='dates']/span", ["Jan  1 08:05", "Jan  3 08:05"] * 4):
-            self.assertEqual([tag.text for tag in page.iterfind(f".//article/{place}")], texts, place)
+        dates = "figure//div[@class='dates']/span"
+        for place, texts in [
+                ("h2", [FRAMES, "Two↵lines"]),
+                ("p/b", ["20", "8"]),
+                (dates, ["Jan  1 08:05", "Jan  3 08:05"] * 4)]:
+            found = [tag.text for tag in page.iterfind(f".//article/{place}")]
+            self.assertEqual(found, texts, place)
 
     def test_follows_what_is_reported(self):
         for at_terminal in False, True:
