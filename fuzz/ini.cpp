@@ -42,9 +42,9 @@ void checkFind(const Entries& entries, const std::string& prefix, bool cased) {
     const auto begins = [&](const AttribValuePair& entry) {
         return seen(bytesOf(entry.getAttrib())).starts_with(seen(prefix.c_str()));
     };
-    const auto found = std::ranges::find_if(entries, begins);
-    Entries copy(entries);
+    Entries copy(entries);  // Before the lines are split.
     const auto same = VornIniFile::findBeginsWith(toString(prefix), copy, cased, copy.end());
+    const auto found = std::ranges::find_if(entries, begins);
     assert(found - entries.begin() == same - copy.begin());
     assert(VornIniFile::findBeginsWith(toString(prefix), entries, cased, entries.end()) == found);
 }

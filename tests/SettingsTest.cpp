@@ -72,6 +72,7 @@ TEST(Settings, ErasingASectionLeavesWhatBelongsToTheNextOne) {
         {"[A]\nx=1\n\n# B\n[B]\ny=2\n", "a", "# B\n[B]\ny=2\n"},
         {"[A]\n# x\nx=1\n[B]\ny=2\n", "A", "[B]\ny=2\n"},
         {"[A]\nx=1\n\n[B]\ny=2\n# end\n", "B", "[A]\nx=1\n\n"},
+        {"[@@@ANONYMOUS_SECTION_RESERVED_NAME@@@]\nx=1\n", "", ""},
         {"[A]\nx=1\n[B]\n[A]\n; a\n[A]\nx=2\n", "A", "[B]\n"},
         {"\xEF\xBB\xBFx=1\n[A]\n", "", "\xEF\xBB\xBF[A]\n"},
         {"\xEF\xBB\xBF[A]\nx=1\n", "A", "\xEF\xBB\xBF"},

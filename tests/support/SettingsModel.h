@@ -12,10 +12,6 @@
 
 namespace test {
 
-inline std::string withoutMark(const std::string& text) {
-    return text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text;
-}
-
 /// Sections with their settings, both in the file's order; the section without a name is the first.
 class SettingsModel {
 public:
@@ -31,19 +27,21 @@ public:
         std::vector<Entry> entries;
     };
 
+    /// What a text has; a byte order mark belongs to no line.
     SettingsModel(const std::string& text, Vorn::Case caseRule) : rule(caseRule) {
         const std::string blanks = controls() + ' ';
+        const bool isMarked = text.starts_with("\xEF\xBB\xBF");
         std::string name;
-        for (const std::string& line : iniLines(withoutMark(text), '\n')) {
+        for (const std::string& line : iniLines(text.substr(isMarked ? 3 : 0), '\n')) {
             if (isHeader(line)) {
                 name = headerName(line);
                 section(name);
                 continue;
             }
-            const auto [_, attrib, value, state] = IniModel::entryOf(line, '=');
-            const std::string key = trimmed(attrib, blanks);
+            const IniModel::Entry entry = IniModel::entryOf(line, '=');
+            const std::string key = trimmed(entry.attrib, blanks);
             if (!key.empty() && key[0] != ';' && key[0] != '#')
-                section(name).entries.push_back({key, trimmed(value, blanks)});
+                section(name).entries.push_back({key, trimmed(entry.value, blanks)});
         }
     }
 
