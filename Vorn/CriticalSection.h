@@ -23,7 +23,7 @@ public:
     /// All constructors throw what the platform throws, and `std::bad_alloc`.
     CriticalSection();
     explicit CriticalSection(const char* name);
-    /// Passes `value` to the platform's `createCriticalSection`; the others pass 0.
+    /// Passes `value` to the platform's `createCriticalSection`; the other constructors pass 0.
     explicit CriticalSection(unsigned int value);
     ~CriticalSection();
     CriticalSection(const CriticalSection&) = delete;
@@ -31,15 +31,15 @@ public:
 
     /// Replaces the lock with a new, free one without a name. Nobody may be using the old one.
     void init(unsigned int value);
-    /// Stores a name for people to read; null for none. One thread at a time.
+    /// Stores a name for people to read in a debugger; null for none. One thread at a time.
     void setName(const char* name);
 
-    /// Throws what the platform throws; the lock is then not entered.
+    /// Waits while another thread holds the lock, and takes it, or enters it once more. Throws what
+    /// the platform throws; the lock is then not entered.
     void enter();
-    /// Only the holding thread may call it.
+    /// Undoes one `enter`; the last one frees the lock. Only the holder may call it: not checked.
     void leave();
-    /// Does not wait. Returns 0 if the lock was taken, or entered once more; −1 if another thread
-    /// holds it.
+    /// `enter` without waiting. Returns 0 on success, and −1 if another thread holds the lock.
     int attemptEntry();
     /// The same, under the names that the standard guards and condition variables use.
     void lock() { enter(); }

@@ -33,7 +33,7 @@ private:
     int lineNumber;
 };
 
-/// An operation that does not exist.
+/// A call of an operation that is not implemented.
 class VORN_EXPORT LogicError : public Base {
 public:
     LogicError(const char* message, const char* file, int line);

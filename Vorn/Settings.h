@@ -79,8 +79,9 @@ struct IsList<::Vector<T>> : std::true_type {
 
 }  // namespace SettingsPrivate
 
-/// A settings file in memory, as its user left it. A change touches only its own lines and no other
-/// byte: order, blank lines, comments, spelling, line ends and a byte order mark stay.
+/// A settings file in memory, as its user left it. A change of a setting touches that setting's
+/// line and no other byte: order, blank lines, comments, spelling, line ends and a byte order mark
+/// stay.
 ///
 /// Lines mean what they mean to `VornIniFile`, with these additions. A setting is a line with a "="
 /// whose key is not empty and does not begin with ";" or "#". All other lines, except headers, are
@@ -92,7 +93,7 @@ struct IsList<::Vector<T>> : std::true_type {
 /// Copies are deep; a moved-from object is empty. Const operations may run on any number of threads
 /// at once, others on only one. Views are valid until the next operation that is not const. A text
 /// argument may be one of the object's own views. Every operation that needs memory can throw
-/// `std::bad_alloc`, also for files of 4 GiB; nothing has changed then.
+/// `std::bad_alloc`, also if the file would reach 4 GiB; nothing has changed then.
 class VORN_EXPORT Settings {
 public:
     /// A text argument: anything that converts to `std::string_view`, or a `String`. Null is empty.
@@ -153,7 +154,7 @@ public:
     bool save(const Path& path) const {
         return save(WStringFromPath(path));
     }
-    /// Load from and save to a text.
+    /// The same with a text in memory in place of the file.
     void parse(Text text);
     std::string text() const {
         std::string all(size(), '\0');
@@ -164,7 +165,7 @@ public:
     std::size_t size() const noexcept;
     void copyTo(char* buffer) const noexcept;
 
-    /// The value of a setting, as it is in the file.
+    /// The value of a setting as it is in the file; none if there is no such setting.
     std::optional<std::string_view> find(Text section, Text key) const noexcept;
     /// The value of a setting, or `fallback` if there is none or it is not of that type. Types are
     /// `bool` (true, false, yes, no, on, off, 1, 0, in any case), all integers, `float`, `double`,
@@ -186,7 +187,7 @@ public:
 
     /// Changes the value in the setting's line. A new setting goes after the last one of its
     /// section, written in the same style; a new section goes to the end, after an empty line.
-    /// Takes the types of `get`, which returns the same value; doubles bit by bit, except NaN.
+    /// Takes the types of `get`, which then returns the same value: doubles bit by bit, except NaN.
     /// Throws `RuntimeError` for what a line cannot hold: line ends, zero bytes, blanks at an end,
     /// a key that is empty, contains "=" or begins with "[", ";" or "#", a comma in an element of a
     /// list, a list of one empty text.
@@ -203,8 +204,8 @@ public:
 
     /// Removes a setting and its repeats. Returns false if there is none.
     bool erase(Text section, Text key);
-    /// Removes a section: all lines from each of its headers to the next header, except those right
-    /// above the next one with no empty line between. Returns false if there is none.
+    /// Removes a section: all lines from each of its headers to the next header. Comments directly
+    /// above the next header stay, since they describe it. Returns false if there is none.
     bool eraseSection(Text section);
 
     /// All sections in the order of their first lines, including those without settings.

@@ -28,8 +28,8 @@ concept ViewOnly = std::convertible_to<const Text&, std::string_view> &&
 
 }  // namespace Vorn::StringPrivate
 
-/// A reference to one byte of a `String`, which the subscript of a non-const string returns. Copies
-/// refer to the same byte. The string must outlive it.
+/// A reference to one byte of a `String`: what `string[i]` returns if the string is not const.
+/// Copies refer to the same byte. The string must outlive it.
 class VORN_EXPORT StringChar {
 public:
     StringChar(String* addressed, unsigned position) noexcept
@@ -47,14 +47,14 @@ public:
     unsigned index;
 };
 
-/// Zero-terminated 8-bit text. Copies share one representation until one of them is modified, and
-/// allocate nothing. A new empty string has no representation and costs nothing.
+/// Zero-terminated 8-bit text. Copying allocates nothing: copies share one representation, which
+/// holds the text, until one of them is modified. A new empty string has no representation.
 ///
 /// Positions and counts are in bytes, as 32-bit numbers; a search that finds nothing returns
 /// 0xFFFFFFFF. Null text arguments read as empty text unless stated otherwise. Text may contain
 /// zero bytes, but searching and comparing stop at the first one, and so does the copy made before
-/// a shared text is modified. A text argument may lie in the string that is changed. Positions past
-/// the end are not errors: reading gives 0, "" or not found, removing clips, writing pads with
+/// a shared text is modified. Text arguments may point into the string that is changed. Positions
+/// past the end are not errors: reading gives 0, "" or not found, removing clips, writing pads with
 /// spaces. The only failure is `std::bad_alloc`, also for texts of 2^31 bytes and more; the string
 /// then keeps its text.
 ///
@@ -112,7 +112,7 @@ public:
     unsigned size() const noexcept;
     /// Whether `size()` is 0. See also `isEmpty`.
     bool empty() const noexcept { return size() == 0; }
-    /// All bytes. View and pointers are valid until the string is changed or destroyed.
+    /// All bytes. The view and the pointers are valid until the string is changed or destroyed.
     std::string_view view() const noexcept { return {static_cast<const char*>(*this), size()}; }
     const char* begin() const noexcept { return *this; }
     const char* end() const noexcept { return begin() + size(); }
@@ -136,7 +136,7 @@ public:
     /// Equal bytes up to the first zero byte; null equals a blank string.
     bool operator==(const char* s) const noexcept;
     /// The order of `strcmp`. A string without a representation, or null, is neither less nor
-    /// greater than anything.
+    /// greater than anything; two such strings are `<=` and `>=` each other.
     bool operator<(const String& other) const noexcept;
     bool operator<=(const String& other) const noexcept;
     bool operator>(const String& other) const noexcept { return other < *this; }
@@ -145,7 +145,8 @@ public:
     /// Deleted, so that pairs, tuples and vectors compare by `<`. With it they would take a string
     /// without a representation for equal to any other.
     std::partial_ordering operator<=>(const String& other) const = delete;
-    /// Equal if case is ignored, under the current locale. Nothing equals null or "".
+    /// Whether the texts are equal if case is ignored, under the current locale. False for null
+    /// and "".
     bool compareCaseInsensitive(const char* s) const noexcept;
     /// False for null.
     bool startsWith(const char* prefix, bool caseSensitive) const noexcept;
@@ -158,7 +159,8 @@ public:
     /// The position of the n-th `c`, counted from 1; 0 for `n` = 0.
     unsigned nthIndex(unsigned n, char c) const noexcept;
     /// The span [start, end) of the n-th field between delimiters, counted from 0. Returns false if
-    /// there is none; even then the outputs are stored, unless the string has no representation.
+    /// there is none; the outputs are then of no use, but stored all the same unless the string has
+    /// no representation.
     bool tokSpan(char delim, unsigned n, unsigned& start, unsigned& end) const noexcept;
     /// A copy with every occurrence of `from` replaced by `to`; if there is none, the copy shares
     /// the text. An empty `from` occurs before every character.
@@ -197,8 +199,8 @@ public:
     String& stripLeadingSpaces();
     String& stripTrailingSpaces();
     /// Appends characters up to white space, which is consumed, or the end of input. Returns −1 at
-    /// the end of input, and otherwise another value that is not 0. What was read before a failure
-    /// stays appended.
+    /// the end of input, and otherwise a positive value. What was read before a failure stays
+    /// appended.
     int readFrom(std::istream& in);
 
 private:

@@ -26,9 +26,9 @@ struct VORN_EXPORT StringLT_Fancy {
 }  // namespace VornIniFile_Private
 
 /// An INI file in memory: named sections, each an ordered list of entries. Every line that is not
-/// blank is kept, comments included. Entries before the first header belong to a section with a
-/// reserved name. Names are compared by the file's case rule; sections whose names are equal by it
-/// are one, under the spelling that came first. Sections are sorted by name.
+/// blank is kept, comments included. Entries before the first header belong to the section
+/// `kAnonymousSection()`. The model's case rule applies to section names: those that are equal by
+/// it name one section, under the spelling that came first. Sections are sorted by name.
 ///
 /// Copies are deep except for the shared texts. One thread at a time may use a model, even to read
 /// it. Every operation that needs memory can throw `std::bad_alloc`.
@@ -68,7 +68,7 @@ public:
     VornIniFile(const WString& path, bool loadNow, bool caseSensitive);
     /// An empty model without a file.
     explicit VornIniFile(bool caseSensitive);
-    /// Deleted: text would convert to the `bool`.
+    /// Deleted: a pointer to text would convert to `bool`.
     VornIniFile(const char*) = delete;
     VornIniFile(const wchar_t*) = delete;
     VornIniFile(const VornIniFile& other) = default;
@@ -81,7 +81,7 @@ public:
         return *this;
     }
 
-    /// The name of the section that holds the entries before the first header. Any thread.
+    /// The reserved name of the section that holds the entries before the first header. Any thread.
     static const String& kAnonymousSection();
     bool getSectionNameCaseSensitivity() const;
 
@@ -92,7 +92,7 @@ public:
     /// memory runs out, what was added so far stays.
     bool load(WString path, char delimiter);
     /// Writes the whole model, with CR LF after every line: first the entries without a header,
-    /// then the sections in order, with an empty line between sections. `path` as for `load`.
+    /// then the sections in order, with an empty line between sections. Takes `path` as `load` does.
     /// Returns whether the file could be opened; the results of the writes are ignored. Everything
     /// is allocated before the file is opened.
     bool save(WString path);
@@ -100,7 +100,7 @@ public:
     /// The entries of a section, which is created if it does not exist. The reference is valid
     /// until the section is removed.
     Entries& getSection(const String& name);
-    /// The entries of a section; if it does not exist, an empty list that all such calls share.
+    /// The entries of a section; if it does not exist, an empty list, the same for all such calls.
     const Entries& getSection(const String& name) const;
     Entries& operator[](const String& name);
     const Entries& operator[](const String& name) const;

@@ -28,16 +28,17 @@ struct VORN_EXPORT NamedObjectInfo {
     String objectName;
 };
 
-/// Objects by type and name, for modules that do not know each other. Each key is also a named
-/// lock, whether or not an object is registered under it. Names are compared byte by byte, types by
-/// the text of `std::type_info::name()`, so modules with separate copies of a `type_info` find the
-/// same entry.
+/// Objects that modules find by type and name without knowing each other. A type and a name make a
+/// key. Each key is also a named lock, whether or not an object is registered under it. Names are
+/// compared byte by byte, types by the text of `std::type_info::name()`, so modules with separate
+/// copies of a `type_info` find the same entry.
 ///
 /// The registry never owns an object: whoever registers it keeps it alive while it is registered.
 /// Not copyable.
 ///
 /// Thread safety:
-/// - Any thread may call any operation. Locks are re-entrant and are left on every exception.
+/// - Any thread may call any operation. Locks are re-entrant; an operation that throws leaves all
+///   that it took.
 /// - One lock guards the list of keys; each key has a lock that guards its object. No operation
 ///   waits for a key's lock while it holds the list's. A thread that holds a key may call any
 ///   operation.
@@ -83,7 +84,7 @@ public:
     T* findOrCreate(const char* name_, Factory factory = &TypeManip::TemplatedNew<T>::new_) {
         return static_cast<T*>(findOrCreate_(typeid(T), name_, factory));
     }
-    /// Registers `object`, which is not null, in place of whatever was registered.
+    /// Registers `object` in place of whatever was registered; throws `RuntimeError` if it is null.
     template <class T>
     void createOrReplace(const char* name_, T* object) {
         createOrReplace_(typeid(T), name_, object);
@@ -115,7 +116,7 @@ public:
     bool lock_(const std::type_info& type, const char* name_, bool wait);
     void unlock_(const std::type_info& type, const char* name_);
 
-    /// The entry of a key, or null. Here and below, the name is not null.
+    /// The entry of a key, or null. Here and below, the caller sees to it that the name is not null.
     NamedObjectInfo* findInfo_(const std::type_info& type, const char* name_);
     /// Appends an entry for a key that has none. The caller holds the lock of the list.
     NamedObjectInfo* addListEntry_(const std::type_info& type, const char* name_, void* object);

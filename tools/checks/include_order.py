@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Checks that includes in Vorn/ and platform/ never go upwards.
 
-A file may include what stands on a lower storey, or on its own storey further left. A source stands
-where its header does, and a source without one at the top. Usage: include_order.py REPOSITORY
+A file may include what stands in a lower layer, or further left in its own. A source stands where its
+header does, and a source without one at the top. Usage: include_order.py REPOSITORY
 """
 import pathlib
 import re
 import sys
 
-STOREYS = [  # From the ground up; within a storey from left to right.
+LAYERS = [  # From the bottom up; within a layer from left to right.
     "platform/Export platform/OS platform/iMemoryServices platform/iAtomicServices"
     " platform/iSystemInfo platform/iReclaimable platform/iFile platform/iCriticalSection"
     " Vorn/CRC Vorn/PlayoutFCC",
@@ -22,17 +22,17 @@ STOREYS = [  # From the ground up; within a storey from left to right.
     "Vorn/VornNamedObjects Vorn/VornIniFile Vorn/Settings",
     "Vorn/PooledObjectDebug",
 ]
-PLACES = {name: (storey, place) for storey, names in enumerate(STOREYS)
+PLACES = {name: (layer, place) for layer, names in enumerate(LAYERS)
           for place, name in enumerate(names.split())}
-TOP = (len(STOREYS), 0)
+TOP = (len(LAYERS), 0)
 COLLECTIONS = {"Vorn/Vorn", "platform/platform"}
 
 
 def faults(root, path):
     name = str(path.relative_to(root).with_suffix(""))
     if name not in PLACES and path.suffix == ".h" and name not in COLLECTIONS:
-        yield f"{name} has no place on any storey"
-    # Sources see both halves of a storey: the order is about what headers drag along.
+        yield f"{name} has no place in any layer"
+    # Sources see both halves of a layer: the order is about what headers drag along.
     own = PLACES.get(name, TOP)
     limit = own if path.suffix == ".h" else (own[0], len(PLACES))
     for included in re.findall(r'^#include "(.+)\.h"', path.read_text(), re.MULTILINE):
