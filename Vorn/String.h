@@ -136,7 +136,7 @@ public:
     /// Equal bytes up to the first zero byte; null equals a blank string.
     bool operator==(const char* s) const noexcept;
     /// The order of `strcmp`. A string without a representation, or null, is neither less nor
-    /// greater than anything; two such strings are `<=` and `>=` each other.
+    /// greater than anything, but two strings without one are `<=` and `>=` each other.
     bool operator<(const String& other) const noexcept;
     bool operator<=(const String& other) const noexcept;
     bool operator>(const String& other) const noexcept { return other < *this; }
@@ -199,8 +199,8 @@ public:
     String& stripLeadingSpaces();
     String& stripTrailingSpaces();
     /// Appends characters up to white space, which is consumed, or the end of input. Returns −1 at
-    /// the end of input, and otherwise a positive value. What was read before a failure stays
-    /// appended.
+    /// the end of input, and otherwise a value that is not 0. What was read before a failure
+    /// stays appended.
     int readFrom(std::istream& in);
 
 private:

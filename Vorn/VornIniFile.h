@@ -92,9 +92,9 @@ public:
     /// memory runs out, what was added so far stays.
     bool load(WString path, char delimiter);
     /// Writes the whole model, with CR LF after every line: first the entries without a header,
-    /// then the sections in order, with an empty line between sections. Takes `path` as `load` does.
-    /// Returns whether the file could be opened; the results of the writes are ignored. Everything
-    /// is allocated before the file is opened.
+    /// then the sections in order, with an empty line between sections. Takes `path` as `load`
+    /// does. Returns whether the file could be opened; the results of the writes are ignored.
+    /// Everything is allocated before the file is opened.
     bool save(WString path);
 
     /// The entries of a section, which is created if it does not exist. The reference is valid

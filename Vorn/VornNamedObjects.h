@@ -116,7 +116,7 @@ public:
     bool lock_(const std::type_info& type, const char* name_, bool wait);
     void unlock_(const std::type_info& type, const char* name_);
 
-    /// The entry of a key, or null. Here and below, the caller sees to it that the name is not null.
+    /// The entry of a key, or null. Neither this nor the next one may be given a null name.
     NamedObjectInfo* findInfo_(const std::type_info& type, const char* name_);
     /// Appends an entry for a key that has none. The caller holds the lock of the list.
     NamedObjectInfo* addListEntry_(const std::type_info& type, const char* name_, void* object);
