@@ -79,9 +79,9 @@ struct IsList<::Vector<T>> : std::true_type {
 
 }  // namespace SettingsPrivate
 
-/// A settings file in memory, as its user left it. A change of a setting touches that setting's
-/// line and no other byte: order, blank lines, comments, spelling, line ends and a byte order mark
-/// stay.
+/// A settings file in memory, as its user left it. A change touches only the lines of what is
+/// changed and no other byte: order, blank lines, comments, spelling, line ends and a byte order
+/// mark stay.
 ///
 /// Lines mean what they mean to `VornIniFile`, with these additions. A setting is a line with a "="
 /// whose key is not empty and does not begin with ";" or "#". All other lines, except headers, are
