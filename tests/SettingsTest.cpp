@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <bit>
 #include <clocale>
@@ -241,9 +242,9 @@ TEST(Settings, ManyThreadsReadAtOnce) {
         for (const auto& section : read.sections())
             if (section.name() == std::to_string(read.get(section.name(), "k", -1))) ++found;
     };
-    std::vector<std::jthread> readers;
-    for (int n = 0; n < 4; ++n) readers.emplace_back(readAll);
-    readers.clear();
+    std::array<std::jthread, 4> readers;
+    for (std::jthread& reader : readers) reader = std::jthread(readAll);
+    for (std::jthread& reader : readers) reader.join();
     EXPECT_EQ(found, 4000);
 }
 

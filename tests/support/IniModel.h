@@ -79,7 +79,8 @@ struct IniModel {
                 anonymous = lines;
                 continue;
             }
-            others += (needsBlankLine ? "\r\n[" : "[") + name + "]\r\n" + lines;
+            if (needsBlankLine) others += "\r\n";
+            others.append("[").append(name).append("]\r\n").append(lines);
             needsBlankLine = name.find_first_not_of(' ') != std::string::npos;
         }
         return anonymous + others;

@@ -106,9 +106,9 @@ private:
 inline std::vector<SettingsModel::Section> listedBy(const Vorn::Settings& settings) {
     std::vector<SettingsModel::Section> all;
     for (const auto& section : settings.sections()) {
-        auto& entries = all.emplace_back(std::string(section.name())).entries;
+        all.push_back({std::string(section.name()), {}});
         for (const auto& [key, value] : settings.entries(section.name()))
-            entries.push_back({std::string(key), std::string(value)});
+            all.back().entries.push_back({std::string(key), std::string(value)});
     }
     std::erase(all, SettingsModel::Section());
     return all;
