@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "Vorn/Settings.h"
-#include "Vorn/WStringUtils.h"
 
 namespace fs = std::filesystem;
 using Vorn::Settings;
@@ -25,10 +24,9 @@ int main(int argc, char** argv) try {
     const fs::path copy = argv[2] / fs::path(argv[1]).filename();
     fs::copy_file(argv[1], copy, fs::copy_options::overwrite_existing);
     fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
-    const WString path = Vorn::WStringFromUTF8(copy.c_str());
 
     Settings settings;  // Names are compared without regard to case.
-    require(settings.load(path), "the file is empty or cannot be read");
+    require(settings.load(copy), "the file is empty or cannot be read");
     std::cout << "Sections\n";
     for (const Settings::Section& section : settings.sections()) {
         const std::string_view name = section.name().empty() ? "before the first" : section.name();
@@ -39,10 +37,10 @@ int main(int argc, char** argv) try {
     settings.set("Video", "Width", 2 * width);  // Changes the line or adds it.
     settings.set("Video", "Crop", std::vector<int>{0, 0, 8, 8});
     settings.set("Operator", "Name", L"J\u00F6rg");  // A new section.
-    require(settings.save(path), "the copy does not hold what was to be written");
+    require(settings.save(copy), "the copy does not hold what was to be written");
 
     Settings again;
-    require(again.load(path) && again.text() == settings.text(), "the copy cannot be read again");
+    require(again.load(copy) && again.text() == settings.text(), "the copy cannot be read again");
     require(again.get("video", "width", 0) == 2 * width, "the width was not saved");
     std::cout << "Video/Width was " << width << " and is " << again.get("Video", "Width", 0)
               << '\n';

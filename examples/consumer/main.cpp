@@ -1,33 +1,27 @@
-// Keeps how often it was started in a configuration file of its own.
+// Keeps how often it was started in a settings file of its own.
 //
 // Usage: consumer FILE.ini
 
-#include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <iostream>
 
-#include "Vorn/String.h"
+#include "Vorn/Exception.h"
+#include "Vorn/Settings.h"
 #include "Vorn/Version.h"
-#include "Vorn/VornIniFile.h"
-#include "Vorn/WStringUtils.h"
 
 int main(int argc, char** argv) try {
-    if (argc != 2) {
-        std::fprintf(stderr, "Usage: consumer FILE.ini\n");
-        return 2;
-    }
-    const WString path = Vorn::WStringFromUTF8(argv[1]);
-    VornIniFile settings(path, true, false);
-    auto& section = settings.getSection("Consumer");
-    auto starts = VornIniFile::findBeginsWith("Starts", section, false, section.begin());
-    if (starts == section.end()) starts = section.emplace(starts, "Starts=0", '=');
-    starts->setValue(String(static_cast<int>(starts->getValue().asDouble()) + 1));
-    if (!settings.save(path)) {
-        std::fprintf(stderr, "consumer: %s cannot be written\n", argv[1]);
-        return 1;
-    }
-    std::printf("Version %s, start %s\n", vornDllVersionStr(),
-                static_cast<const char*>(starts->getValue()));
+    if (argc != 2) return std::cerr << "Usage: consumer FILE.ini\n", 2;
+    const std::filesystem::path file = argv[1];
+    Vorn::Settings settings;
+    settings.load(file);  // There is no file at the first start.
+    const int starts = settings.get("Consumer", "Starts", 0) + 1;
+    settings.set("Consumer", "Starts", starts);
+    if (!settings.save(file))
+        return std::cerr << "consumer: " << argv[1] << " cannot be written\n", 1;
+    std::cout << "Version " << vornDllVersionStr() << ", start " << starts << '\n';
+} catch (const Vorn::Exception::Base& failure) {
+    return std::cerr << "consumer: " << failure.msg() << '\n', 1;
 } catch (const std::exception& failure) {
-    std::fprintf(stderr, "consumer: %s\n", failure.what());
-    return 1;
+    return std::cerr << "consumer: " << failure.what() << '\n', 1;
 }
