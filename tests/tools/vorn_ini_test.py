@@ -1,9 +1,11 @@
 """Runs vorn-ini as a shell does. Usage: vorn_ini_test.py VORN_INI"""
+import fcntl
 import os
 import pathlib
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 TOOL = sys.argv.pop(1)
@@ -101,6 +103,28 @@ class VornIni(unittest.TestCase):
             self.assertEqual([process.wait() for process in running], [DONE] * 8)
             _, listed, _ = run("list", str(self.file), "Shared")
             self.assertLessEqual({f"{key}={key}" for key in keys}, set(listed.splitlines()))
+
+    def test_a_killed_process_leaves_no_lock(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        holder = subprocess.Popen([TOOL, "set", str(pipe), "A", "k", "1"])  # Waits with the lock.
+        while not self.is_locked():
+            time.sleep(0.01)
+        waiting = subprocess.Popen([TOOL, "set", str(self.file), "A", "k", "2"])
+        holder.kill()
+        holder.wait()
+        self.assertEqual(waiting.wait(timeout=60), DONE)
+        self.assertEqual({path.name for path in self.folder.iterdir()}, {"studio.ini", "pipe"})
+
+    def is_locked(self):
+        folder = os.open(self.folder, os.O_RDONLY)
+        try:
+            fcntl.flock(folder, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            return False
+        except BlockingIOError:
+            return True
+        finally:
+            os.close(folder)
 
     def test_version(self):
         self.assertRegex(run("--version")[1], r"^vorn-ini \d+\.\d+\.\d+\.\d+\n$")
