@@ -43,6 +43,8 @@ void checkComparisonsWith(const std::string& word, const String& s) {
     const std::string all = bytesOf(s), text = cutOf(all);
     const char *const plain = word.c_str(), *const null = nullptr;
     assert((s == null) == s.isEmpty());
+    assert(!s.startsWith(null, true));
+    assert(!s.endsWith(null, true));
     assert((s == plain) == (text == word));
     assert((s <= plain) == (s.textAt(0) && text <= word));
     assert((s >= plain) == (s.textAt(0) && text >= word));
