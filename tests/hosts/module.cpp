@@ -48,6 +48,7 @@ const char* threadsWork() {
     std::vector<String> texts(8);
     for (int round = 0; round < 4; ++round) {
         std::vector<std::jthread> threads;
+        threads.reserve(texts.size());
         for (String& text : texts)
             threads.emplace_back([&text] {
                 for (int i = 0; i < 1000; ++i) text = String("round ") + String(i);

@@ -67,6 +67,7 @@ const char* textsAreShared() {
     for (int round = 0; round < 200; ++round) {
         const String text("shared text of round " + String(round));
         std::vector<std::jthread> writers;
+        writers.reserve(4);
         for (int i = 0; i < 4; ++i)
             writers.emplace_back([copy = text] {
                 String own = copy;
