@@ -30,6 +30,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -308,12 +309,10 @@ public:
 };
 
 // Another one whenever the file is, or the terminal has another size.
-std::string stateOf(const std::string& file) {
+auto stateOf(const std::string& file) {
     std::error_code ignored;
-    std::ostringstream state;
-    state << fs::file_size(file, ignored) << ' '
-          << fs::last_write_time(file, ignored).time_since_epoch().count() << ' ' << Screen::rows();
-    return state.str();
+    return std::tuple(fs::file_size(file, ignored), fs::last_write_time(file, ignored),
+                      Screen::rows());
 }
 
 // Looks at the file again and again until a signal comes. A terminal shows the last block and the
@@ -323,9 +322,9 @@ void follow(const std::string& file, bool lastOnly) {
     std::optional<Screen> screen;
     if (::isatty(STDOUT_FILENO) != 0) screen.emplace();
     Report before;
-    for (std::string seen; mustStop == 0;
+    for (decltype(stateOf(file)) seen; mustStop == 0;
          std::this_thread::sleep_for(std::chrono::milliseconds(200))) {
-        const std::string state = stateOf(file);
+        const auto state = stateOf(file);
         if (state == std::exchange(seen, state)) continue;
         std::ostringstream text;
         try {
