@@ -1,10 +1,8 @@
-// Saves version after version of a file, until the power goes: powercut_saver WAY FILE DISK
-// [VERSION] Each version that is saved is told by one byte, the number of the disk, at a port of
-// the machine that reaches its maker at once. With VERSION, saves only that. Ways of more than five
-// letters are wrong: each leaves out what the library does.
+// Saves a version of a file: powercut_saver WAY FILE VERSION [DISK]. With DISK, goes on with the
+// next until the power goes, and notes which one is saved on that disk, behind its file system.
+// Ways of more than five letters are wrong: each leaves out what the library does.
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/io.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,7 +29,9 @@ bool replace(const Text& path, const Text& text, bool synced) {
     return write(temporary, text, synced) && ::rename(temporary.c_str(), path.c_str()) == 0;
 }
 
-bool save(const Text& way, const Text& path, const Text& text) {
+bool save(const Text& way, const Text& path, const Text& version) {
+    Text text = version;
+    for (int count = 1; count < 4000; ++count) text += ',' + version;
     const WString wide(path.begin(), path.end());
     if (way == "ini") {
         VornIniFile ini(true);
@@ -54,7 +54,6 @@ bool save(const Text& way, const Text& path, const Text& text) {
     }
     if (way == "rename-without-fsync") return replace(path, text, false);
     if (way == "no-fsync-of-folder") return replace(path, text, true);
-    if (way == "noise") return write(path, text, true);
     // Noise can put the empty file on the disk meanwhile.
     return write(path, text, way == "truncate-and-fsync", 400000);
 }
@@ -62,14 +61,15 @@ bool save(const Text& way, const Text& path, const Text& text) {
 }  // namespace
 
 int main(int, char** argv) {
-    const bool once = argv[4] != nullptr;
-    for (int version = once ? std::atoi(argv[4]) : 1;; ++version) {
-        Text text = std::to_string(version);
-        for (int count = 1; count < 4000; ++count) text += ',' + std::to_string(version);
-        const bool saved = save(argv[1], argv[2], text);
-        if (once || !saved) return saved ? 0 : 1;
-        if (::ioperm(0xe9, 1, 1) != 0) return 2;
-        ::outb(static_cast<unsigned char>(std::atoi(argv[3])), 0xe9);
+    int version = std::atoi(argv[3]);
+    if (!argv[4]) return save(argv[1], argv[2], argv[3]) ? 0 : 1;
+    constexpr off_t behindFileSystem = 320 << 20;
+    const int disk = ::open(argv[4], O_WRONLY | O_DIRECT);
+    alignas(4096) char note[4096] = {};
+    for (; save(argv[1], argv[2], std::to_string(version)); ++version) {
+        std::snprintf(note, sizeof note, "%d", version);
+        if (::pwrite(disk, note, sizeof note, behindFileSystem) != sizeof note) return 2;
         ::usleep(100000);
     }
+    return 1;
 }
