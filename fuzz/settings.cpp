@@ -53,7 +53,8 @@ void checkContents(const Settings& settings, const SettingsModel& model) {
 void checkChange(Settings& settings, const Change& change, Case rule) {
     const std::string before = settings.text();
     SettingsModel model(before, rule);
-    assert(settings.find(change.section, change.key) == model.find(change.section, change.key));
+    const auto former = model.find(change.section, change.key);
+    assert(settings.find(change.section, change.key) == former);
     Settings fresh(rule);
     fresh.parse(before);
     const bool changed = change(settings);
@@ -63,6 +64,10 @@ void checkChange(Settings& settings, const Change& change, Case rule) {
     if (!changed) {
         assert(after == before);
         return;
+    }
+    if (change.kind == Change::kSet && former && !change.value.empty()) {
+        const Change back{Change::kSet, change.section, change.key, *former};
+        assert(!back(fresh) || fresh.text() == before);
     }
     assert(change(model));
     assert(model.listed() == SettingsModel(after, rule).listed());

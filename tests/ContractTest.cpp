@@ -27,19 +27,18 @@ std::vector<std::size_t> positions(Operation... operations) {
 
 using Positions = std::vector<std::size_t>;
 
-TEST(Contract, SystemServicesKeepTheirPositions) {
+TEST(Contract, OperationsKeepTheirPositions) {
     using System = iSystemServices;
-    EXPECT_EQ(positions(&System::memoryServices, &System::textServices, &System::fileServices,
-                        &System::threadServices, &System::atomicServices, &System::systemInfo,
-                        &System::pathServices),
-              (Positions{1, 2, 3, 4, 5, 8, 11}));
-}
-
-TEST(Contract, OperationsOfServicesKeepTheirPositions) {
     using Memory = iMemoryServices;
     using Text = iTextServices;
     using Lock = iCriticalSection;
     using Atomic = iAtomicServices;
+    using Failure = Vorn::Exception::Base;
+    using Numbers = Vector<int>;
+    EXPECT_EQ(positions(&System::memoryServices, &System::textServices, &System::fileServices,
+                        &System::threadServices, &System::atomicServices, &System::systemInfo,
+                        &System::pathServices),
+              (Positions{1, 2, 3, 4, 5, 8, 11}));
     EXPECT_EQ(positions(&Memory::allocate, &Memory::free, &Memory::reclaim,
                         &Memory::registerReclaimable, &Memory::unregisterReclaimable),
               (Positions{1, 3, 4, 6, 7}));
@@ -59,11 +58,6 @@ TEST(Contract, OperationsOfServicesKeepTheirPositions) {
               (Positions{1, 2, 6}));
     EXPECT_EQ(positions(&iSystemInfo::getNumProcessors), (Positions{1}));
     EXPECT_EQ(positions(&iPathServices::getFolderPath), (Positions{4}));
-}
-
-TEST(Contract, OperationsOfClassesKeepTheirPositions) {
-    using Failure = Vorn::Exception::Base;
-    using Numbers = Vector<int>;
     EXPECT_EQ(positions(&Failure::what, &Failure::msg, &Failure::file, &Failure::line),
               (Positions{1, 2, 3, 4}));
     EXPECT_EQ(positions(&Numbers::add, &Numbers::push_back, &Numbers::locate, &Numbers::intern,
@@ -87,55 +81,49 @@ struct OneBlock : test::ForwardingMemory {
     bool failsWithNull = false;
 };
 
-// A form of `new` and its `delete`, as functions: compilers leave out pairs of calls that they see.
-struct Form {
-    // Obtains a block from `memory` and releases it.
-    void* use(OneBlock& memory, std::size_t bytes) const {
+// Checks a form of `new` and its `delete`, given as functions since compilers leave out pairs of
+// calls that they see. The alignment is 0 where blocks come as they are; aligned ones start at the
+// first multiple that leaves a word below it.
+void checkForm(std::size_t alignment, bool nothrow, const std::function<void*(std::size_t)>& obtain,
+               const std::function<void(void*)>& release) {
+    SCOPED_TRACE("alignment " + std::to_string(alignment));
+    OneBlock memory;
+    const auto use = [&](std::size_t bytes) {
         const test::Override<iMemoryServices> installation(&memory);
         void* const block = obtain(bytes);
         release(block);
         return block;
-    }
-
-    std::size_t alignment;  // 0 where blocks come as they are.
-    bool nothrow;
-    std::function<void*(std::size_t)> obtain;
-    std::function<void(void*)> release;
-};
-
-// Aligned blocks start at the first multiple that leaves a word below it.
-void check(const Form& form) {
-    const std::size_t alignment = form.alignment, tooMany = SIZE_MAX - alignment;
-    SCOPED_TRACE("alignment " + std::to_string(alignment));
-    OneBlock memory;
+    };
     for (const std::size_t offset : {0u, 4u, 8u, 12u}) {
         const std::size_t aligned =
             alignment == 0 ? offset : (offset + 7 + alignment) / alignment * alignment;
         memory.block = memory.storage + offset;
-        EXPECT_EQ(form.use(memory, offset), memory.storage + aligned) << "offset " << offset;
+        EXPECT_EQ(use(offset), memory.storage + aligned) << "offset " << offset;
         EXPECT_EQ(memory.asked, offset + 2 * alignment);
         EXPECT_EQ(memory.freed, memory.block);
     }
+    const std::size_t tooMany = SIZE_MAX - alignment;
     memory.block = nullptr;
-    if (!form.nothrow) {
-        EXPECT_DEATH(form.use(memory, 0), "terminate");
-        EXPECT_THROW(form.obtain(tooMany), std::bad_alloc);
+    if (!nothrow) {
+        EXPECT_DEATH(use(0), "terminate");
+        EXPECT_THROW(obtain(tooMany), std::bad_alloc);
         return;
     }
-    EXPECT_EQ(form.use(memory, 0), nullptr) << "platform throws";
-    EXPECT_EQ(form.use(memory, tooMany), nullptr);
+    EXPECT_EQ(use(0), nullptr) << "platform throws";
+    EXPECT_EQ(use(tooMany), nullptr);
     memory.failsWithNull = true;
-    EXPECT_EQ(form.use(memory, 0), nullptr) << "platform gives null";
+    EXPECT_EQ(use(0), nullptr) << "platform gives null";
 }
 
 template <class... Arguments>
 void checkOperators(std::size_t alignment, bool nothrow, Arguments... arguments) {
-    check({alignment, nothrow,
-           [=](std::size_t bytes) { return ::operator new(bytes, arguments...); },
-           [=](void* block) { ::operator delete(block, arguments...); }});
-    check({alignment, nothrow,
-           [=](std::size_t bytes) { return ::operator new[](bytes, arguments...); },
-           [=](void* block) { ::operator delete[](block, arguments...); }});
+    checkForm(
+        alignment, nothrow, [=](std::size_t bytes) { return ::operator new(bytes, arguments...); },
+        [=](void* block) { ::operator delete(block, arguments...); });
+    checkForm(
+        alignment, nothrow,
+        [=](std::size_t bytes) { return ::operator new[](bytes, arguments...); },
+        [=](void* block) { ::operator delete[](block, arguments...); });
 }
 
 TEST(Contract, MemoryComesFromThePlatform) {
@@ -143,10 +131,7 @@ TEST(Contract, MemoryComesFromThePlatform) {
     checkOperators(0, true, std::nothrow);
     checkOperators(16, false, std::align_val_t(8));
     checkOperators(64, true, std::align_val_t(64), std::nothrow);
-    check({16, false, CPUAlignedNew, CPUAlignedDelete});
-}
-
-TEST(Contract, CountsThatWrapAreRefused) {
+    checkForm(16, false, CPUAlignedNew, CPUAlignedDelete);
     EXPECT_THROW(StdAllocator<long>().allocate(SIZE_MAX / sizeof(long) + 2), std::bad_alloc);
 }
 
@@ -156,8 +141,7 @@ struct Doubling : Vector<int> {
 
 TEST(Contract, PushingBackAddsThroughTheVirtualTable) {
     Doubling numbers;
-    Vector<int>& base = numbers;
-    base.push_back(21);
+    numbers.Vector::push_back(21);
     EXPECT_EQ(numbers[0], 42);
 }
 

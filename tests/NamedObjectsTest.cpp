@@ -23,49 +23,16 @@ using Vorn::Exception::RuntimeError;
 
 char first, second;  // Objects to register.
 
-constexpr char kDuplicate[] = "Attempted to create named objects with duplicate names!";
 constexpr char kNotLocked[] =
     "Attempted to unlock a named object that had not previously been locked!";
 
 enum Operation { kUnlock, kFind, kRemove, kCreate, kCreateOrReplace, kLock, kFindOrCreate };
 constexpr std::size_t kOperations = 7;
 
-// One use of a key. A factory has no arguments, so it finds the use that it is run for here.
+enum class Factory { returns, throws, registersOther };
+
+// One use of a key.
 struct Use {
-    enum class Factory { returns, throws, registersOther };
-
-    // Returns the message that it fails with.
-    std::string operator()(Vorn::NamedObjectsNamespace& space) const {
-        try {
-            run(space);
-            return "";
-        } catch (const RuntimeError& error) {
-            return error.msg();
-        }
-    }
-    void run(Vorn::NamedObjectsNamespace& space) const {
-        if (operation == kUnlock) space.unlock_(*type, name);
-        if (operation == kFind) space.find_(*type, name);
-        if (operation == kRemove) space.remove_(*type, name);
-        if (operation == kCreate) space.create_(*type, name, object);
-        if (operation == kCreateOrReplace) space.createOrReplace_(*type, name, object);
-        if (operation == kLock) space.lock_(*type, name, true);
-        if (operation == kFindOrCreate) findOrCreate(space);
-    }
-    void findOrCreate(Vorn::NamedObjectsNamespace& space) const {
-        static const Use* running;
-        static Vorn::NamedObjectsNamespace* used;
-        running = this;
-        used = &space;
-        space.findOrCreate_(*type, name, [] { return running->make(*used); });
-    }
-    void* make(Vorn::NamedObjectsNamespace& space) const {
-        if (factory == Factory::throws) throw RuntimeError("thrown", "", 1);
-        if (factory == Factory::returns) return object;
-        space.create_(*type, name, &first);
-        return &second;
-    }
-
     Operation operation;
     const std::type_info* type;
     const char* name;
@@ -73,39 +40,56 @@ struct Use {
     Factory factory;
 };
 
+// Returns the message that the use fails with.
+std::string apply(const Use& use, Vorn::NamedObjectsNamespace& space) {
+    static const Use* running;  // Here, since factories have no arguments.
+    static Vorn::NamedObjectsNamespace* used;
+    running = &use;
+    used = &space;
+    const auto make = []() -> void* {
+        if (running->factory == Factory::throws) throw RuntimeError("thrown", "", 1);
+        if (running->factory == Factory::returns) return running->object;
+        used->create_(*running->type, running->name, &first);
+        return &second;
+    };
+    try {
+        const auto& [operation, type, name, object, factory] = use;
+        if (operation == kUnlock) space.unlock_(*type, name);
+        if (operation == kFind) space.find_(*type, name);
+        if (operation == kRemove) space.remove_(*type, name);
+        if (operation == kCreate) space.create_(*type, name, object);
+        if (operation == kCreateOrReplace) space.createOrReplace_(*type, name, object);
+        if (operation == kLock) space.lock_(*type, name, true);
+        if (operation == kFindOrCreate) space.findOrCreate_(*type, name, make);
+        return "";
+    } catch (const RuntimeError& error) {
+        return error.msg();
+    }
+}
+
 // What a key should come to: its object, and how often it is locked.
 struct KeyModel {
     // Returns the message that the use fails with.
     std::string apply(const Use& use) {
         const bool registers = use.operation == kCreate || use.operation == kCreateOrReplace;
+        const bool makes = use.operation == kFindOrCreate && !object;
         if (!use.name) return "Invalid object name!";
         if (registers && !use.object) return "'object' cannot be NULL!";
-        if (use.operation == kCreate && object) return kDuplicate;
-        if (registers) object = use.object;
-        if (use.operation == kRemove) object = nullptr;
+        if (use.operation == kCreate && object)
+            return "Attempted to create named objects with duplicate names!";
+        if (use.operation == kUnlock && depth == 0) return kNotLocked;
+        if (makes && use.factory == Factory::throws) return "thrown";
+        if (use.operation == kUnlock) --depth;
         if (use.operation == kLock) ++depth;
-        if (use.operation == kUnlock) return unlock();
-        if (use.operation == kFindOrCreate && !object) return make(use);
-        return "";
-    }
-    std::string unlock() {
-        if (depth == 0) return kNotLocked;
-        --depth;
-        return "";
-    }
-    std::string make(const Use& use) {
-        if (use.factory == Use::Factory::throws) return "thrown";
-        object = use.factory == Use::Factory::returns ? use.object : &first;
+        if (use.operation == kRemove) object = nullptr;
+        if (registers || makes) object = use.object;
+        if (makes && use.factory == Factory::registersOther) object = &first;
         return "";
     }
 
     void* object = nullptr;
     unsigned depth = 0;
 };
-
-std::size_t countKeys(const Vorn::NamedObjectsNamespace& space) {
-    return reinterpret_cast<const std::list<Vorn::NamedObjectInfo*>&>(space).size();
-}
 
 // Types and names with the same check.
 struct Bamabit {};
@@ -115,11 +99,8 @@ Use chooseUse(std::mt19937& random) {
     const std::type_info* const types[] = {&typeid(Bamabit), &typeid(Bapabam)};
     const char* const names[] = {"", "name", "Name", "Bamabit", "Bapabam", nullptr};
     void* const objects[] = {&first, &second, &first, nullptr};
-    // Each kind of factory is as frequent as another operation.
-    const auto choice = random() % (kOperations + 2);
-    const auto factory = choice < kOperations ? 0 : choice - kOperations + 1;
-    return {Operation(std::min<std::size_t>(choice, kOperations - 1)), types[random() % 2],
-            names[random() % 6], objects[random() % 4], Use::Factory(factory)};
+    return {Operation(random() % kOperations), types[random() % 2], names[random() % 6],
+            objects[random() % 4], Factory(random() % 3)};
 }
 
 TEST(NamedObjects, BehaveLikeAMap) {
@@ -128,6 +109,7 @@ TEST(NamedObjects, BehaveLikeAMap) {
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
         Vorn::NamedObjectsNamespace space("test");
+        const auto& keys = reinterpret_cast<const std::list<Vorn::NamedObjectInfo*>&>(space);
         std::map<std::pair<const std::type_info*, std::string>, KeyModel> models;
         for (int step = 0; step < 100; ++step) {
             const Use use = chooseUse(random);
@@ -135,14 +117,14 @@ TEST(NamedObjects, BehaveLikeAMap) {
             SCOPED_TRACE("operation " + std::to_string(use.operation) + " of " + use.type->name() +
                          ' ' + name + ", step " + std::to_string(step));
             KeyModel& model = models[{use.type, name}];
-            const std::size_t keysBefore = countKeys(space);
+            const std::size_t keysBefore = keys.size();
             const std::string expected = model.apply(use);
             const bool mayAdd = use.operation >= kCreate && expected.empty();
-            ASSERT_EQ(use(space), expected);
+            ASSERT_EQ(apply(use, space), expected);
             if (use.name) {
                 ASSERT_EQ(space.find_(*use.type, use.name), model.object);
             }
-            ASSERT_LE(countKeys(space), keysBefore + mayAdd);
+            ASSERT_LE(keys.size(), keysBefore + mayAdd);
         }
     }
 }
@@ -187,11 +169,11 @@ TEST(NamedObjects, ThreadsWaitForHeldKeysAlone) {
             const Use unlock{kUnlock, &typeid(int), "held", nullptr, {}};
             const Use use{Operation(waiting), &typeid(int), "held", &first, {}};
             EXPECT_FALSE(space.lock<int>("held", false));
-            EXPECT_EQ(unlock(space), kNotLocked);
+            EXPECT_EQ(apply(unlock, space), kNotLocked);
             together.arrive_and_drop();
-            use(space);
+            apply(use, space);
             ++done;
-            unlock(space);
+            apply(unlock, space);
         });
     together.arrive_and_wait();
     for (int uses = 0; uses < 10000; ++uses)  // Time for those that do not wait.

@@ -170,19 +170,8 @@ TEST(PooledObject, LoggersBuiltDuringTheExitAreReportedOrNot) {
 
 struct Use {
     double ms;
-    int pops, pushes;
+    int change;  // So many pops, or pushes if it is negative.
 };
-
-void apply(const Use& use, Logger& logger) {
-    for (int pop = 0; pop < use.pops; ++pop) {
-        logger.ltb_beforePop(0);
-        logger.ltb_afterPop(nullptr, 0);
-    }
-    for (int push = 0; push < use.pushes; ++push) {
-        logger.ltb_beforePush(nullptr, 0);
-        logger.ltb_afterPush(nullptr, 0);
-    }
-}
 
 TEST(PooledObject, MeasuresDemand) {
     const struct {
@@ -192,13 +181,13 @@ TEST(PooledObject, MeasuresDemand) {
         const char *rate, *atMs;
         double clockStep = 0;  // By which the clock goes on at each reading.
     } rows[] = {
-        {1, {{7501, 5, 0}, {7501, 0, 4}, {7501, 2, 0}}, 3, 5, "0.00", "0.00"},
-        {1, {{7502, 1, 0}, {7602, 4, 0}, {7603, 1, 0}}, 6, 6, "49.50", "7603.00"},
-        {0, {{8000, 1, 0}, {8200, 2, 0}, {8400, 1, 0}}, 4, 4, "10.00", "8400.00"},
-        {0, {{8000, 1, 0}, {8200, 1, 0}, {8400, 1, 0}, {8700, 1, 0}}, 4, 4, "5.00", "8200.00"},
-        {-8000, {{50, 2, 0}, {150, 1, 0}}, 3, 3, "13.33", "150.00"},
+        {1, {{7501, 5}, {7501, -4}, {7501, 2}}, 3, 5, "0.00", "0.00"},
+        {1, {{7502, 1}, {7602, 4}, {7603, 1}}, 6, 6, "49.50", "7603.00"},
+        {0, {{8000, 1}, {8200, 2}, {8400, 1}}, 4, 4, "10.00", "8400.00"},
+        {0, {{8000, 1}, {8200, 1}, {8400, 1}, {8700, 1}}, 4, 4, "5.00", "8200.00"},
+        {-8000, {{50, 2}, {150, 1}}, 3, 3, "13.33", "150.00"},
         // Five readings in a pop that sets a peak: age, interval twice, peak, next interval.
-        {0, {{8000, 1, 0}, {8200, 1, 0}}, 2, 2, "5.03", "8204.00", 1},
+        {0, {{8000, 1}, {8200, 1}}, 2, 2, "5.03", "8204.00", 1},
     };
     Logs logs;
     for (const auto& row : rows) {
@@ -209,7 +198,14 @@ TEST(PooledObject, MeasuresDemand) {
         clock.step = row.clockStep;
         for (const Use& use : row.uses) {
             clock.ms = use.ms;
-            apply(use, *logger);
+            for (int pops = 0; pops < use.change; ++pops) {
+                logger->ltb_beforePop(0);
+                logger->ltb_afterPop(nullptr, 0);
+            }
+            for (int pushes = 0; pushes < -use.change; ++pushes) {
+                logger->ltb_beforePush(nullptr, 0);
+                logger->ltb_afterPush(nullptr, 0);
+            }
         }
         const std::time_t peak = stats.peakWallClock;
         EXPECT_EQ(stats.inUse, row.inUse);
@@ -219,25 +215,17 @@ TEST(PooledObject, MeasuresDemand) {
     }
 }
 
-// The logs' folder, whoever asks for which holds the lock that all modules share.
-struct GuardedFolder : test::Folder {
-    using Folder::Folder;
+// While the report's lock is held nobody may enter another: a factory holds the registry's, and may
+// report.
+struct OneLock : test::Folder, test::Threads {
+    OneLock(const std::string& name, CriticalSection& shared) : Folder(name), lock(shared) {}
+    // Who writes a report asks for its folder, and holds the lock that all modules share.
     WString getFolderPath(int code) override {
-        ++asked;
+        ++reports;
         EXPECT_EQ(lock.owner(), posix::threadServices->currentThreadId());
         return Folder::getFolderPath(code);
     }
-
-    CriticalSection& lock =
-        *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
-            "PooledObjects.log_FileAccessLock");
-    int asked = 0;
-};
-
-// Who enters a lock asks which thread it is. While the report's is held nobody may enter another: a
-// factory holds the registry's, and may report.
-struct LastLock : test::Threads {
-    explicit LastLock(CriticalSection& last) : lock(last) {}
+    // Who enters a lock asks which thread it is.
     unsigned currentThreadId() override {
         const unsigned caller = Threads::currentThreadId();
         EXPECT_NE(lock.owner(), caller) << "has entered another lock than the report's";
@@ -245,21 +233,24 @@ struct LastLock : test::Threads {
     }
 
     CriticalSection& lock;
+    int reports = 0;
 };
 
 TEST(PooledObject, ReportsUnderTheSharedLockAlone) {
     const Logs logs;
-    const GuardedFolder folders(logs.root);
-    const LastLock threads(folders.lock);
+    const OneLock held(
+        logs.root,
+        *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance()->findOrCreate<CriticalSection>(
+            "PooledObjects.log_FileAccessLock"));
     {
         Logger logger("pool");
         logger.dump();
-        EXPECT_EQ(folders.asked, 1);
+        EXPECT_EQ(held.reports, 1);
     }
-    EXPECT_EQ(folders.asked, 2);
+    EXPECT_EQ(held.reports, 2);
     const Logger atExit("at exit");
     LoggingTraitsBase_exit();
-    EXPECT_EQ(folders.asked, 3);
+    EXPECT_EQ(held.reports, 3);
 }
 
 TEST(PooledObject, ReportsInTheTimeZoneOfTheMoment) {

@@ -58,15 +58,10 @@ TEST(Settings, AChangeTouchesItsLineAlone) {
     }
 }
 
-TEST(Settings, ErasingTakesTheLinesOfASetting) {
+TEST(Settings, ErasingLeavesWhatBelongsToOthers) {
     Settings settings = settingsOf("[A]\nx=1\n; kept\nX = 2\ny=3\n[a]\nx=4");
     EXPECT_TRUE(settings.erase("A", "x"));
     EXPECT_EQ(settings.text(), "[A]\n; kept\ny=3\n[a]\n");
-    EXPECT_FALSE(settings.erase("A", "x"));
-    EXPECT_FALSE(settings.erase("B", "y"));
-}
-
-TEST(Settings, ErasingASectionLeavesWhatBelongsToTheNextOne) {
     const struct {
         const char *before, *section, *after;
     } rows[] = {
@@ -81,11 +76,9 @@ TEST(Settings, ErasingASectionLeavesWhatBelongsToTheNextOne) {
         {"[A]\n\xEF\xBB\xBF; B\n[B]\n", "A", "\n\xEF\xBB\xBF; B\n[B]\n"},
     };
     for (const auto& row : rows) {
-        Settings settings = settingsOf(row.before);
-        EXPECT_TRUE(settings.eraseSection(row.section));
+        settings = settingsOf(row.before);
+        settings.eraseSection(row.section);
         EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
-        EXPECT_FALSE(settings.eraseSection(row.section)) << "from " << row.before;
-        EXPECT_TRUE(settings.entries(row.section).empty()) << "from " << row.before;
     }
 }
 
@@ -132,7 +125,7 @@ TEST(Settings, DoublesComeBackBitByBitUnderAnyLocale) {
     std::setlocale(LC_NUMERIC, formerNumeric.c_str());
 }
 
-TEST(Settings, ValuesMayBeWrittenInOtherWays) {
+TEST(Settings, ValuesAreReadOrTheFallbackIs) {
     for (const std::string word : {"true", "Yes", "ON", "1"})
         EXPECT_TRUE(settingsOf("k=" + word).get("", "k", false)) << word;
     for (const std::string word : {"false", "No", "OFF", "0"})
@@ -140,9 +133,6 @@ TEST(Settings, ValuesMayBeWrittenInOtherWays) {
     EXPECT_EQ(settingsOf("k=+5").get("", "k", 0), 5);
     const std::vector<int> spaced = settingsOf("k=1 , 2").get("", "k", std::vector<int>());
     EXPECT_EQ(spaced, (std::vector<int>{1, 2}));
-}
-
-TEST(Settings, WhatIsNoValueOfTheTypeIsTheFallback) {
     const Settings settings =
         settingsOf("large=300\nreal=1.5\npart=5 px\nlist=1,x\nempty=\nhuge=1e999");
     EXPECT_TRUE(settings.get("", "large", true)) << "not a word for false";
@@ -159,36 +149,30 @@ TEST(Settings, WhatIsNoValueOfTheTypeIsTheFallback) {
 
 TEST(Settings, RefusesWhatNoLineCanHold) {
     using namespace std::string_literals;
-    const struct {
-        std::string section, key, value;
-    } rows[] = {
-        {"a\nb", "k", "v"}, {"a\0b"s, "k", "v"}, {"a", "", "v"},     {"a", "k\r", "v"},
-        {"a", " k", "v"},   {"a", "k=", "v"},    {"a", "[k", "v"},   {"a", ";k", "v"},
-        {"a", "#k", "v"},   {"a", "k", "v\n"},   {"a", "k", "a\rb"}, {"a", "k", "v "},
-        {"a", "k", "\tv"},  {"a", "k", "v\0"s},  {"a", "k\x7F", ""}, {"a", "\xEF\xBB\xBFk", "v"},
-    };
     Settings settings = settingsOf("[a]\nk=1\n");
-    for (const auto& row : rows)
-        EXPECT_THROW(settings.set(row.section, row.key, row.value), Vorn::Exception::RuntimeError)
-            << row.section << '/' << row.key << '/' << row.value;
-    for (const char* element : {"a,b", " a", "a "})
-        EXPECT_THROW(settings.set("a", "k", std::vector<std::string>{"x", element}),
-                     Vorn::Exception::RuntimeError)
-            << element;
-    EXPECT_THROW(settings.set("a", "k", std::vector<std::string>{""}),
-                 Vorn::Exception::RuntimeError);
+    const auto expectRefusal = [&](const std::string& section, const std::string& key,
+                                   const auto& value) {
+        EXPECT_THROW(settings.set(section, key, value), Vorn::Exception::RuntimeError)
+            << section << '/' << key << '/' << testing::PrintToString(value);
+    };
+    for (const std::string& section : {"a\nb"s, "a\0b"s}) expectRefusal(section, "k", "v");
+    for (const char* key : {"", "k\nx", " k", "k=", "[k", ";k", "#k", "k\x7F", "\xEF\xBB\xBFk"})
+        expectRefusal("a", key, "v");
+    for (const std::string& value : {"v\n"s, "a\rb"s, "v "s, "\tv"s, "v\0"s})
+        expectRefusal("a", "k", value);
+    expectRefusal("a", "k", std::vector{""s});
+    for (const std::string& element : {"a,b"s, " a"s, "a "s})
+        expectRefusal("a", "k", std::vector{"x"s, element, "y"s});
     EXPECT_EQ(settings.text(), "[a]\nk=1\n");
 }
 
 TEST(Settings, TakesItsOwnViews) {
-    Settings settings = settingsOf("[a]\nk=a long text that has to be copied\n");
+    Settings settings = settingsOf("first=a long text that has to be copied\n");
     for (int n = 0; n < 1000; ++n) {
-        settings.set("a", "other", *settings.find("a", "k"));
-        settings.set("a", "k", *settings.find("a", "other"));
+        settings.set("", "second", *settings.find("", "first"));
+        settings.set("", "first", *settings.find("", "second"));
     }
-    EXPECT_EQ(settings.text(),
-              "[a]\nk=a long text that has to be copied\n"
-              "other=a long text that has to be copied\n");
+    EXPECT_EQ(settings.get("", "first", ""), "a long text that has to be copied");
 }
 
 TEST(Settings, CopiesAreDeepAndMovedFromIsEmpty) {
@@ -204,34 +188,29 @@ TEST(Settings, CopiesAreDeepAndMovedFromIsEmpty) {
     EXPECT_EQ(settings.text(), "k=3\n");
 }
 
-TEST(Settings, LoadingThatFailsChangesNothing) {
-    test::MemoryFiles files;
-    files.put(L"in", "[a]\nk=1\n");
-    Settings settings = settingsOf("old=1\n");
-    EXPECT_FALSE(settings.load(L"none"));
-    files.readNothing = true;
-    EXPECT_FALSE(settings.load(L"in"));
-    files.readNothing = false;
-    files.reportedSize = (std::uint64_t{1} << 32) + 7;
-    EXPECT_FALSE(settings.load(L"in"));
-    EXPECT_EQ(settings.text(), "old=1\n");
-}
-
-TEST(Settings, SavingSaysWhetherTheFileHoldsIt) {
+TEST(Settings, LoadingAndSavingSayWhetherTheyDid) {
     test::MemoryFiles files;
     Settings settings = settingsOf("[a]\nk=" + std::string(100'000, 'x'));
     settings.set("a", "j", "2");
-    EXPECT_TRUE(settings.save(L"out"));
-    EXPECT_EQ(files.get(L"out"), settings.text());
+    const std::string text = settings.text();
+    EXPECT_FALSE(settings.load(L"none"));
+    EXPECT_TRUE(settings.save(L"file"));
+    EXPECT_EQ(files.get(L"file"), text);
     EXPECT_TRUE(Settings().save(L"empty"));
     for (bool* failure :
          {&files.refuseToOpen, &files.writeNothing, &files.readNothing, &files.damageWrites}) {
         *failure = true;
-        EXPECT_FALSE(settings.save(L"out"));
+        EXPECT_FALSE(settings.save(L"file"));
         *failure = false;
     }
-    files.reportedSize = 7;
-    EXPECT_FALSE(settings.save(L"out"));
+    files.put(L"file", "[a]\nk=1\n");
+    files.readNothing = true;
+    EXPECT_FALSE(settings.load(L"file"));
+    files.readNothing = false;
+    files.reportedSize = (std::uint64_t{1} << 32) + 7;
+    EXPECT_FALSE(settings.load(L"file"));
+    EXPECT_FALSE(settings.save(L"file"));
+    EXPECT_EQ(settings.text(), text) << "loading that fails changes nothing";
 }
 
 TEST(Settings, ManyThreadsReadAtOnce) {
@@ -248,20 +227,6 @@ TEST(Settings, ManyThreadsReadAtOnce) {
     EXPECT_EQ(found, 4000);
 }
 
-// Changes the setting and back. Files may hold what no change may write.
-void checkChange(Settings& settings, const std::string& section, const std::string& key) {
-    const std::string before = settings.text();
-    const std::string value(settings.find(section, key).value());
-    try {
-        settings.set(section, key, value + "x");
-    } catch (const Vorn::Exception::RuntimeError&) {
-        return;
-    }
-    EXPECT_EQ(settings.size(), before.size() + 1) << section << '/' << key;
-    settings.set(section, key, value);
-    ASSERT_EQ(settings.text(), before) << section << '/' << key;
-}
-
 void checkRealFile(const std::string& text, Case rule) {
     test::MemoryFiles files;
     files.put(L"in", text);
@@ -269,10 +234,7 @@ void checkRealFile(const std::string& text, Case rule) {
     EXPECT_TRUE(settings.load(fs::path("in")));
     EXPECT_TRUE(settings.save(fs::path("out")));
     EXPECT_EQ(files.get(L"out"), text);
-    const auto sections = test::SettingsModel(text, rule).listed();
-    EXPECT_TRUE(test::listedBy(settings) == sections);
-    for (const auto& [name, entries] : sections)
-        for (const auto& [key, value] : entries) checkChange(settings, name, key);
+    EXPECT_TRUE(test::listedBy(settings) == test::SettingsModel(text, rule).listed());
 }
 
 TEST(Settings, RealFilesStayAsTheyAre) {

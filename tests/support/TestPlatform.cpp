@@ -2,11 +2,9 @@
 
 namespace {
 
+using test::installedOr;
+
 struct SystemServices : iSystemServices {
-    template <class T>
-    static T* installedOr(T* service) {
-        return test::Override<T>::orElse(service);
-    }
     iMemoryServices* memoryServices() override { return installedOr(posix::memoryServices); }
     iTextServices* textServices() override { return installedOr(posix::textServices); }
     iFileServices* fileServices() override { return installedOr(posix::fileServices); }

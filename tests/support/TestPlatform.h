@@ -22,11 +22,11 @@ namespace test {
 /// How many more times services were asked for than used, over all doubles of this header: each
 /// operation of theirs notes its use, so that a caller who keeps a service for a second one shows.
 inline std::atomic<long> unusedAnswers = 0;
-inline long keptServices() {
-    return unusedAnswers;
-}
-inline void noteUse() {
+/// Notes a use; returns what answers, or the answer.
+template <class T>
+const T& used(const T& object) {
     --unusedAnswers;
+    return object;
 }
 
 /// Puts a double behind `OS()` for a scope, in place of whatever was there. Not while other threads
@@ -35,15 +35,18 @@ template <class Interface>
 struct Override {
     explicit Override(Interface* service) : former(installed) { installed = service; }
     ~Override() { installed = former; }
-    static Interface* orElse(Interface* service) {
-        if (!installed) return service;
-        ++unusedAnswers;
-        return installed;
-    }
 
     static inline constinit Interface* installed = nullptr;
     Interface* const former;
 };
+
+/// What is behind `OS()`: the double that is installed, or else the service.
+template <class Interface>
+Interface* installedOr(Interface* service) {
+    Interface* const installed = Override<Interface>::installed;
+    if (installed) ++unusedAnswers;
+    return installed ? installed : service;
+}
 
 /// The base of doubles that allocate in their own way: hands the rest on to what stood behind
 /// `OS()` when it was built.
@@ -57,16 +60,13 @@ struct ForwardingMemory : iMemoryServices {
 /// Counters as ever; a scope of its own in which uses are noted.
 struct Atomics : iAtomicServices {
     void increment(std::int32_t* counter) override {
-        noteUse();
-        posix::atomicServices->increment(counter);
+        used(posix::atomicServices)->increment(counter);
     }
     std::int32_t decrement(std::int32_t* counter) override {
-        noteUse();
-        return posix::atomicServices->decrement(counter);
+        return used(posix::atomicServices)->decrement(counter);
     }
     void* compareExchangePointer(void** target, void* exchange, void* comparand) override {
-        noteUse();
-        return posix::atomicServices->compareExchangePointer(target, exchange, comparand);
+        return used(posix::atomicServices)->compareExchangePointer(target, exchange, comparand);
     }
 
     Override<iAtomicServices> installation{this};
@@ -85,7 +85,7 @@ struct Unledgered {
 /// pass it by.
 struct MemoryLedger : ForwardingMemory {
     void* allocate(std::size_t bytes) override {
-        noteUse();
+        used(next);
         if (Unledgered::depth > 0) return next->allocate(bytes);
         const Unledgered book;
         if (failIn > 0 && --failIn == 0) {
@@ -98,19 +98,13 @@ struct MemoryLedger : ForwardingMemory {
         return block;
     }
     void free(void* block) override {
-        noteUse();
         blocks.extract(block);  // Unlike `erase`, it has let go of its node when that is released.
-        next->free(block);
+        used(next)->free(block);
     }
 
-    /// The n-th allocation from now on throws `std::bad_alloc`, once; 0 for none.
-    void failAt(std::size_t n) { failIn = n; }
-    /// How many allocations were refused, and how many of the blocks handed out are not released.
-    std::size_t refusals() const { return refused; }
-    std::size_t live() const { return blocks.size(); }
-
-    std::set<void*> blocks;
-    std::size_t failIn = 0, refused = 0;
+    std::set<void*> blocks;  ///< Those that are not released.
+    std::size_t failIn = 0;  ///< The n-th allocation from now on is refused, once; 0 for none.
+    std::size_t refused = 0;
     Override<iMemoryServices> installation{this};
 };
 
@@ -155,15 +149,11 @@ struct MemoryFiles : iFileServices {
     }
     /// The bytes of a file; none for a file that does not exist.
     std::string get(const WString& path) const {
-        const auto file = contents.find(path);
-        return file == contents.end() ? "" : file->second;
+        return contents.contains(path) ? contents.at(path) : "";
     }
-    wchar_t pathSeparator() override {
-        noteUse();
-        return '/';
-    }
+    wchar_t pathSeparator() override { return used(L'/'); }
     Vorn::Ptr<iFile> openFile(const WString& path, int a, int b, int c, int d) override {
-        noteUse();
+        used(contents);
         const Unledgered unledgered;
         calls += ", open " + std::string(path.begin(), path.end());
         for (const int code : {a, b, c, d}) calls += ' ' + std::to_string(code);
@@ -181,22 +171,10 @@ struct MemoryFiles : iFileServices {
 /// A clock that stands still, or goes on by a step at every reading.
 struct Clock : iTextServices {
     explicit Clock(double milliseconds) : ms(milliseconds) {}
-    WString wideFromAscii(const char* text) override {
-        noteUse();
-        return next->wideFromAscii(text);
-    }
-    UTF8String utf8FromWide(const WString& text) override {
-        noteUse();
-        return next->utf8FromWide(text);
-    }
-    WString wideFromUtf8(const char* text) override {
-        noteUse();
-        return next->wideFromUtf8(text);
-    }
-    double nowMilliseconds() override {
-        noteUse();
-        return ms += step;
-    }
+    WString wideFromAscii(const char* text) override { return used(next)->wideFromAscii(text); }
+    UTF8String utf8FromWide(const WString& text) override { return used(next)->utf8FromWide(text); }
+    WString wideFromUtf8(const char* text) override { return used(next)->wideFromUtf8(text); }
+    double nowMilliseconds() override { return ms += used(step); }
 
     double ms, step = 0;
     iTextServices* const next = OS()->textServices();
@@ -224,14 +202,10 @@ struct Threads : iThreadServices {
         Vorn::Ptr<iCriticalSection> lock = posix::threadServices->createCriticalSection(0);
     };
     Vorn::Ptr<iCriticalSection> createCriticalSection(unsigned n) override {
-        noteUse();
-        value = n;
+        value = used(n);
         return (new Lock)->handOver();
     }
-    unsigned currentThreadId() override {
-        noteUse();
-        return posix::threadServices->currentThreadId();
-    }
+    unsigned currentThreadId() override { return used(posix::threadServices)->currentThreadId(); }
 
     static inline std::atomic<int> held = 0;
     unsigned value = 0;
@@ -241,10 +215,7 @@ struct Threads : iThreadServices {
 /// Every folder is this one.
 struct Folder : iPathServices {
     explicit Folder(const std::string& name) : path(name.begin(), name.end()) {}
-    WString getFolderPath(int) override {
-        noteUse();
-        return path;
-    }
+    WString getFolderPath(int) override { return used(path); }
 
     const WString path;
     Override<iPathServices> installation{this};
