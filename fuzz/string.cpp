@@ -3,7 +3,6 @@
 #include <memory>
 #include <sstream>
 #include <utility>
-#include <vector>
 
 #include "Vorn/StringRep.h"
 #include "Vorn/SubString.h"

@@ -202,10 +202,6 @@ std::vector<Operation> Subject::operations() {
         NEEDS_NO_MEMORY(rep.purge()),
         // Vectors.
         ALLOCATES(texts.add(text)),
-        ALLOCATES(texts.insert(text, 1)),
-        ALLOCATES(texts.intern("new", position)),
-        ALLOCATES(texts = Vector<String>(texts)),
-        ALLOCATES(texts.resizeFor(9)),
         ALLOCATES(wideTexts.remove(0, 1)),
         ALLOCATES(wideTexts.push_back(wideText)),
         ALLOCATES(wideTexts.insert(wideText, 1)),
@@ -285,7 +281,6 @@ std::vector<Operation> Subject::operations() {
         ALLOCATES(std::unique_ptr<int>(registry.findOrCreate<int>("bare"))),
         ALLOCATES(lockAndUnlock("new")),
         NEEDS_NO_MEMORY(lockAndUnlock("bare")),
-        NEEDS_NO_MEMORY(registry.find<int>("none")),
         NEEDS_NO_MEMORY(registry.find<unsigned>("key")),
         NEEDS_NO_MEMORY(registry.findOrCreate<unsigned>("key")),
         NEEDS_NO_MEMORY(registry.create("bare", &newLine)),

@@ -1,5 +1,3 @@
-#include "Vorn/PooledObjectDebug.h"
-
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -15,9 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "Vorn/CriticalSection.h"
-#include "Vorn/PathsLite.h"
-#include "Vorn/VornNamedObjects.h"
+#include "Vorn/Vorn.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
@@ -128,12 +124,6 @@ void runInChildren(void (*build)(), unsigned processes) {
     for (int status = 0; ::wait(&status) > 0;) EXPECT_EQ(status, 0);
 }
 
-std::string linesOf(const std::vector<std::string>& names) {
-    std::string lines;
-    for (const std::string& name : names) lines += lineOf(name);
-    return lines;
-}
-
 // The first tests, since a process writes one header, and its children none after it.
 TEST(PooledObject, ProcessesReportLoggersOnceNewestFirst) {
     const struct {
@@ -153,7 +143,9 @@ TEST(PooledObject, ProcessesReportLoggersOnceNewestFirst) {
         Logs logs;
         runInChildren(build, processes);
         const std::string report = logs.takeReport();
-        EXPECT_TRUE(report == linesOf(names)) << way << ":\n" << report.substr(0, 999);
+        std::string expected;
+        for (const std::string& name : names) expected += lineOf(name);
+        EXPECT_TRUE(report == expected) << way << ":\n" << report.substr(0, 999);
         EXPECT_EQ(logs.headers, processes) << way;
     }
 }

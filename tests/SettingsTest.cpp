@@ -32,7 +32,7 @@ Settings settingsOf(const std::string& text, Case rule = Case::ignored) {
     return settings;
 }
 
-TEST(Settings, AChangeTouchesItsLineAlone) {
+TEST(Settings, AChangeTouchesItsLinesAlone) {
     const struct {
         const char *before, *section, *key, *value, *after;
     } rows[] = {
@@ -50,34 +50,24 @@ TEST(Settings, AChangeTouchesItsLineAlone) {
         {"\xEF\xBB\xBF[A]\nx=1\n", "A", "x", "2", "\xEF\xBB\xBF[A]\nx=2\n"},
         {"\xEF\xBB\xBF[A]\n", "", "k", "v", "\xEF\xBB\xBFk=v\n[A]\n"},
         {"\t[A]\n", "", "k", "v", "\t[A]\nk=v\n"},
+        // A setting is erased where no value is given, a section where no key is.
+        {"[A]\nx=1\n; kept\nX = 2\ny=3\n[a]\nx=4", "A", "x", nullptr, "[A]\n; kept\ny=3\n[a]\n"},
+        {"[A]\nx=1\n\n# B\n[B]\ny=2\n", "a", nullptr, nullptr, "# B\n[B]\ny=2\n"},
+        {"[A]\n# x\nx=1\n[B]\ny=2\n", "A", nullptr, nullptr, "[B]\ny=2\n"},
+        {"[A]\nx=1\n\n[B]\ny=2\n# end\n", "B", nullptr, nullptr, "[A]\nx=1\n\n"},
+        {"[@@@ANONYMOUS_SECTION_RESERVED_NAME@@@]\nx=1\n", "", nullptr, nullptr, ""},
+        {"[A]\nx=1\n[B]\n[A]\n; a\n[A]\nx=2\n", "A", nullptr, nullptr, "[B]\n"},
+        {"\xEF\xBB\xBFx=1\n[A]\n", "", nullptr, nullptr, "\xEF\xBB\xBF[A]\n"},
+        {"\xEF\xBB\xBF[A]\nx=1\n", "A", nullptr, nullptr, "\xEF\xBB\xBF"},
+        {"x=1\n\t[A]\n", "", nullptr, nullptr, "\n\t[A]\n"},
+        {"[A]\n\xEF\xBB\xBF; B\n[B]\n", "A", nullptr, nullptr, "\n\xEF\xBB\xBF; B\n[B]\n"},
     };
     for (const auto& row : rows) {
         Settings settings = settingsOf(row.before);
-        settings.set(row.section, row.key, row.value);
-        EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
-    }
-}
-
-TEST(Settings, ErasingLeavesWhatBelongsToOthers) {
-    Settings settings = settingsOf("[A]\nx=1\n; kept\nX = 2\ny=3\n[a]\nx=4");
-    EXPECT_TRUE(settings.erase("A", "x"));
-    EXPECT_EQ(settings.text(), "[A]\n; kept\ny=3\n[a]\n");
-    const struct {
-        const char *before, *section, *after;
-    } rows[] = {
-        {"[A]\nx=1\n\n# B\n[B]\ny=2\n", "a", "# B\n[B]\ny=2\n"},
-        {"[A]\n# x\nx=1\n[B]\ny=2\n", "A", "[B]\ny=2\n"},
-        {"[A]\nx=1\n\n[B]\ny=2\n# end\n", "B", "[A]\nx=1\n\n"},
-        {"[@@@ANONYMOUS_SECTION_RESERVED_NAME@@@]\nx=1\n", "", ""},
-        {"[A]\nx=1\n[B]\n[A]\n; a\n[A]\nx=2\n", "A", "[B]\n"},
-        {"\xEF\xBB\xBFx=1\n[A]\n", "", "\xEF\xBB\xBF[A]\n"},
-        {"\xEF\xBB\xBF[A]\nx=1\n", "A", "\xEF\xBB\xBF"},
-        {"x=1\n\t[A]\n", "", "\n\t[A]\n"},
-        {"[A]\n\xEF\xBB\xBF; B\n[B]\n", "A", "\n\xEF\xBB\xBF; B\n[B]\n"},
-    };
-    for (const auto& row : rows) {
-        settings = settingsOf(row.before);
-        settings.eraseSection(row.section);
+        if (row.value)
+            settings.set(row.section, row.key, row.value);
+        else
+            row.key ? settings.erase(row.section, row.key) : settings.eraseSection(row.section);
         EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
     }
 }
