@@ -13,10 +13,6 @@ using Entries = VornIniFile::Entries;
 using Entry = IniModel::Entry;
 using Vorn::AttribValuePair, Vorn::StringManip::splitBuffer;
 
-String toString(const std::string& text) {
-    return {text.data(), static_cast<unsigned>(text.size())};
-}
-
 void checkReads(const AttribValuePair& pair, const Entry& entry, char separator) {
     const std::string text = entry.text(separator);
     assert(pair.getState() == entry.state);
@@ -43,16 +39,16 @@ void checkFind(const Entries& entries, const std::string& prefix, bool cased) {
         return seen(bytesOf(entry.getAttrib())).starts_with(seen(prefix.c_str()));
     };
     Entries copy(entries);  // Before the lines are split.
-    const auto same = VornIniFile::findBeginsWith(toString(prefix), copy, cased, copy.end());
+    const auto same = VornIniFile::findBeginsWith(String(prefix), copy, cased, copy.end());
     const auto found = std::ranges::find_if(entries, begins);
     assert(found - entries.begin() == same - copy.begin());
-    assert(VornIniFile::findBeginsWith(toString(prefix), entries, cased, entries.end()) == found);
+    assert(VornIniFile::findBeginsWith(String(prefix), entries, cased, entries.end()) == found);
 }
 
 void edit(FuzzInput& in, Entries& entries, std::vector<Entry>& expected) {
     const char separator = "=: "[in.pick(3)];
     const std::string given = in.text(16);
-    entries.emplace_back(toString(given), separator);
+    entries.emplace_back(String(given), separator);
     expected.push_back(IniModel::entryOf(given, separator));
     const unsigned changed = in.pick(entries.size());
     AttribValuePair& pair = entries[changed];
@@ -117,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string name = cased ? given : folded(given, 'a');
         const char delimiter = "\n\n;"[in.pick(3)];
         const VornIniFile& reader = ini;
-        assert(reader.sectionExists(toString(name)) == model.sections.contains(name));
+        assert(reader.sectionExists(String(name)) == model.sections.contains(name));
         in.choose(
             [&] {
                 files.put(L"in", text);
@@ -125,10 +121,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 assert(ini.load(L"in", delimiter) == !text.empty());
             },
             [&] {
-                assert(ini.removeSection(toString(name)) == model.sections.erase(name));
-                assert(&reader[toString(name)] == &reader.getSection("none of these"));
+                assert(ini.removeSection(String(name)) == model.sections.erase(name));
+                assert(&reader[String(name)] == &reader.getSection("none of these"));
             },
-            [&] { edit(in, ini[toString(name)], model.sections[name]); });
+            [&] { edit(in, ini[String(name)], model.sections[name]); });
     }
     const std::string saved = model.save();
     assert(ini.save(L"out"));
@@ -136,7 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     auto walk = ini.getSectionIterator();
     for (const auto& [name, entries] : model.sections) {
         const auto here = walk++;
-        assert(here.name() == toString(name) && &*here == &std::as_const(ini)[here.name()]);
+        assert(here.name() == String(name) && &*here == &std::as_const(ini)[here.name()]);
     }
     assert(ini.getSectionNameCaseSensitivity() == cased);
     assert(!walk.valid() && ini.getNumSections() == model.sections.size());

@@ -35,7 +35,7 @@ Change chooseChange(FuzzInput& in, const SettingsModel& model) {
     if (sections.empty() || in.flag()) return change;
     const auto& [name, entries] = sections[in.pick(sections.size())];
     change.section = name;
-    if (!entries.empty() && in.flag()) change.key = entries[in.pick(entries.size())].key;
+    if (!entries.empty() && in.flag()) change.key = entries[in.pick(entries.size())].first;
     return change;
 }
 

@@ -209,20 +209,19 @@ struct Step {
 
     void map() {
         in.choose([&] { leaves(edited.toUpper(), folded(own, 'a')); },
-                  [&] { leaves(edited.toLower(), folded(own)); }, [&] { stripLeading(); },
-                  [&] { stripTrailing(); }, [&] { rotate(); }, [&] { substituteByte(); },
-                  [&] { substituteWord(); }, [&] { takeField(); });
+                  [&] { leaves(edited.toLower(), folded(own)); }, [&] { strip(); },
+                  [&] { rotate(); }, [&] { substituteByte(); }, [&] { substituteWord(); },
+                  [&] { takeField(); });
     }
     // A blank text stays, and so does one without spaces there, whatever is behind its zero byte.
-    void stripLeading() {
+    void strip() {
         const std::size_t head = model.find_first_not_of(' ');
-        const bool strips = head > 0 && head != std::string::npos;
-        leaves(edited.stripLeadingSpaces(), strips ? own.substr(head) : model);
-    }
-    void stripTrailing() {
         const std::size_t end = model.find_last_not_of(' ') + 1;
-        const bool strips = end > 0 && end < model.size();
-        leaves(edited.stripTrailingSpaces(), strips ? own.substr(0, end) : model);
+        if (in.flag())
+            leaves(edited.stripLeadingSpaces(), head > 0 && end > 0 ? own.substr(head) : model);
+        else
+            leaves(edited.stripTrailingSpaces(),
+                   end > 0 && end < model.size() ? own.substr(0, end) : model);
     }
     void rotate() {
         const std::size_t turn = own.empty() ? 0 : at % own.size();

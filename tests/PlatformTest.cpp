@@ -21,10 +21,6 @@ Vorn::Ptr<iFile> openToRead(const std::string& path) {
     return fileServices->openFile(WString(path.begin(), path.end()), 0, 0, 1, 0);
 }
 
-Vorn::Ptr<iFile> openToWrite(const std::string& path) {
-    return fileServices->openFile(WString(path.begin(), path.end()), 1, 3, 0, 0);
-}
-
 TEST(Platform, EveryBlockIsReleasedWhereItBelongs) {
     for (const std::size_t bytes : {0u, 1u, 100u << 10, 20u << 20, 1500u << 20})
         memoryServices->free(memoryServices->allocate(bytes));
@@ -60,7 +56,8 @@ TEST(Platform, ProgramsThatAreStartedInheritNoFile) {
     const test::TemporaryFolder folder;
     const std::string path = folder.path / "file";
     std::ofstream(path) << "text";
-    const Vorn::Ptr<iFile> reader = openToRead(path), writer = openToWrite(path);
+    const Vorn::Ptr<iFile> reader = openToRead(path);
+    const Vorn::Ptr<iFile> writer = fileServices->openFile(Vorn::WStringFromPath(path), 1, 3, 0, 0);
     unsigned open = 0;
     for (const auto& descriptor : fs::directory_iterator("/proc/self/fd")) {
         std::error_code closed;

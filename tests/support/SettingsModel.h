@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Vorn/Settings.h"
@@ -15,11 +16,7 @@ namespace test {
 /// Sections with their settings, both in the file's order; the section without a name is the first.
 class SettingsModel {
 public:
-    struct Entry {
-        bool operator==(const Entry&) const = default;
-
-        std::string key, value;
-    };
+    using Entry = std::pair<std::string, std::string>;  // A key and its value.
     struct Section {
         bool operator==(const Section&) const = default;
 
@@ -56,15 +53,15 @@ public:
         const auto place = std::ranges::find_if(sections, withName(name));
         if (place == sections.end()) return std::nullopt;
         const auto found = std::ranges::find_if(place->entries, withKey(key));
-        return found != place->entries.end() ? std::optional(found->value) : std::nullopt;
+        return found != place->entries.end() ? std::optional(found->second) : std::nullopt;
     }
     void set(const std::string& name, const std::string& key, const std::string& value) {
         auto& entries = section(name).entries;
         const auto found = std::ranges::find_if(entries, withKey(key));
         if (found != entries.end())
-            found->value = value;
+            found->second = value;
         else
-            entries.push_back({key, value});
+            entries.emplace_back(key, value);
     }
     bool erase(const std::string& name, const std::string& key) {
         if (std::ranges::none_of(sections, withName(name))) return false;
@@ -84,7 +81,7 @@ private:
         return seen(name) == seen(IniModel::kAnonymous) ? "" : name;
     }
     std::function<bool(const Entry&)> withKey(const std::string& key) const {
-        return [this, key](const Entry& each) { return seen(each.key) == seen(key); };
+        return [this, key](const Entry& each) { return seen(each.first) == seen(key); };
     }
     std::function<bool(const Section&)> withName(const std::string& name) const {
         return [this, wanted = seen(nameOf(name))](const Section& each) {
@@ -108,7 +105,7 @@ inline std::vector<SettingsModel::Section> listedBy(const Vorn::Settings& settin
     for (const auto& section : settings.sections()) {
         all.push_back({std::string(section.name()), {}});
         for (const auto& [key, value] : settings.entries(section.name()))
-            all.back().entries.push_back({std::string(key), std::string(value)});
+            all.back().entries.emplace_back(key, value);
     }
     std::erase(all, SettingsModel::Section());
     return all;
