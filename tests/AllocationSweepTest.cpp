@@ -204,15 +204,12 @@ std::vector<Operation> Subject::operations() {
         NEEDS_NO_MEMORY(wideTexts.remove(1, 4)),
         NEEDS_NO_MEMORY(wideTexts.removeItem(wideTexts[0])),
         // Wide text.
-        ALLOCATES(wideText = WStringFromUTF8("some text")),
-        ALLOCATES(text = UTF8FromWString(wideText).c_str()),
         ALLOCATES(wideText = substituteCaseInsensitive(wideText, L"E", L"some")),
         ALLOCATES(split(wideText, L'/', wideTexts, 0)),
         ALLOCATES(split(L"the first/the second/the third", L'/', wideTexts, 0)),
         ALLOCATES(wideText = splitFilename(wideText)),
         ALLOCATES(wideText = PathsLite::getSystemLogsPath()),
         NEEDS_NO_MEMORY(toUpper(wideText)),
-        NEEDS_NO_MEMORY(stripLeadingChars(wideText, L'w')),
         // Pairs.
         ALLOCATES(pair = Pair(text, "value", '=')),
         ALLOCATES(pair = Pair("some=text", '=')),

@@ -27,7 +27,6 @@ constexpr char kNotLocked[] =
 
 enum Operation { kUnlock, kFind, kRemove, kCreate, kCreateOrReplace, kLock, kFindOrCreate };
 constexpr std::size_t kOperations = 7;
-
 enum class Factory { returns, throws, registersOther };
 
 // One use of a key.
@@ -43,8 +42,6 @@ struct Use {
 std::string apply(const Use& use, Vorn::NamedObjectsNamespace& space) {
     static const Use* running;  // Here, since factories have no arguments.
     static Vorn::NamedObjectsNamespace* used;
-    running = &use;
-    used = &space;
     const auto make = []() -> void* {
         if (running->factory == Factory::throws) throw RuntimeError("thrown", "", 1);
         if (running->factory == Factory::returns) return running->object;
@@ -59,7 +56,11 @@ std::string apply(const Use& use, Vorn::NamedObjectsNamespace& space) {
         if (operation == kCreate) space.create_(*type, name, object);
         if (operation == kCreateOrReplace) space.createOrReplace_(*type, name, object);
         if (operation == kLock) space.lock_(*type, name, true);
-        if (operation == kFindOrCreate) space.findOrCreate_(*type, name, make);
+        if (operation == kFindOrCreate) {
+            running = &use;
+            used = &space;
+            space.findOrCreate_(*type, name, make);
+        }
         return "";
     } catch (const RuntimeError& error) {
         return error.msg();

@@ -2,16 +2,14 @@
 
 namespace {
 
-using test::installedOr;
-
 struct SystemServices : iSystemServices {
-    iMemoryServices* memoryServices() override { return installedOr(posix::memoryServices); }
-    iTextServices* textServices() override { return installedOr(posix::textServices); }
-    iFileServices* fileServices() override { return installedOr(posix::fileServices); }
-    iThreadServices* threadServices() override { return installedOr(posix::threadServices); }
-    iAtomicServices* atomicServices() override { return installedOr(posix::atomicServices); }
-    iSystemInfo* systemInfo() override { return installedOr(posix::systemInfo); }
-    iPathServices* pathServices() override { return installedOr(posix::pathServices); }
+    iMemoryServices* memoryServices() override { return test::installedOr(posix::memoryServices); }
+    iTextServices* textServices() override { return test::installedOr(posix::textServices); }
+    iFileServices* fileServices() override { return test::installedOr(posix::fileServices); }
+    iThreadServices* threadServices() override { return test::installedOr(posix::threadServices); }
+    iAtomicServices* atomicServices() override { return test::installedOr(posix::atomicServices); }
+    iSystemInfo* systemInfo() override { return test::installedOr(posix::systemInfo); }
+    iPathServices* pathServices() override { return test::installedOr(posix::pathServices); }
 };
 
 constexpr posix::NeverDestroyed<SystemServices> services;
