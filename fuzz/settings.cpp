@@ -55,6 +55,7 @@ void checkChange(Settings& settings, const Change& change, Case rule) {
     SettingsModel model(before, rule);
     const auto former = model.find(change.section, change.key);
     assert(settings.find(change.section, change.key) == former);
+    assert(settings.contains(change.section) || settings.entries(change.section).empty());
     Settings fresh(rule);
     fresh.parse(before);
     const bool changed = change(settings);

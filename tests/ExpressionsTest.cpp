@@ -79,7 +79,6 @@ TEST(Expressions, BuildTextsFromViewsAndBack) {
     const String text("a\0b"sv);
     EXPECT_EQ(text.view(), "a\0b"sv);
     EXPECT_EQ(std::string(text.begin(), text.end()), "a\0b"sv);
-    EXPECT_EQ(String(std::string("standard")).view(), "standard");
     EXPECT_EQ(text(1, 9).view(), "\0b"sv);
     EXPECT_TRUE(String(""sv).empty());
     EXPECT_FALSE(String(" ").empty());

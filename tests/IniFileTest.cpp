@@ -57,14 +57,14 @@ TEST(IniFile, AssignmentTakesEverythingOver) {
 
 TEST(IniFile, CallsThePlatformUntilItFails) {
     test::MemoryFiles files;
-    VornIniFile ini(false);
+    VornIniFile ini(L"a", false, false);
     const auto expectCalls = [&](bool done, bool expected, const std::string& calls) {
         EXPECT_EQ(done, expected) << calls;
         EXPECT_EQ(std::exchange(files.calls, ""), calls);
     };
     files.put(L"a", "k=1\n[s]\nv\n");
     files.reportedSize = 20;
-    expectCalls(ini.load(L"a", '\n'), true, ", open a 0 0 1 0, size, read 20");
+    expectCalls(ini.load(L"", '\n'), true, ", open a 0 0 1 0, size, read 20");
     expectCalls(ini.save(L"b"), true, ", open b 1 3 0 0, write 5, write 2, write 5, write 3");
     files.reportedSize = 1ull << 32;
     expectCalls(ini.load(L"a", '\n'), false, ", open a 0 0 1 0, size");
