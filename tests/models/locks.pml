@@ -1,7 +1,7 @@
-// Three threads and one lock, as WordLock (platform/posix/Services.h), ReentrantLock
-// (platform/posix/ThreadServices.cpp) and CriticalSection (Vorn/CriticalSection.cpp) make it. Each
-// statement is one step; steps of the threads come in every order. Weaker orders of memory are not
-// modelled. A lost wake-up shows as a thread that sleeps while all others have ended.
+// Three threads and one lock, as WordLock (platform/posix/Services.h) and ReentrantLock
+// (platform/posix/ThreadServices.cpp) make it. Each statement is one step; steps of the threads come
+// in every order. Weaker orders of memory are not modelled. A lost wake-up shows as a thread that
+// sleeps while all others have ended.
 // With FORGETFUL, who got the lock after waiting does not leave it marked as awaited.
 #define THREADS 3
 #define kFree 0
@@ -16,7 +16,6 @@
 
 byte state = kFree;    // WordLock
 byte owner, depth;     // ReentrantLock
-byte ownerId, count;   // CriticalSection::Rep
 bool asleep[THREADS];  // in std::atomic::wait
 byte inside;           // how many threads hold the lock
 
@@ -77,16 +76,6 @@ inline leave(old) {
     if :: depth > 0 :: else -> owner = 0; WordLock_unlock(old) fi
 }
 
-inline noteEntry() {
-    if :: count == 0 -> ownerId = me :: else fi
-    count++
-}
-
-inline noteLeaving() {
-    count--;
-    if :: count == 0 -> ownerId = 0 :: else fi
-}
-
 // Enters and leaves as often as it likes, and holds the lock at most twice.
 active [THREADS] proctype thread() {
     byte held, old;
@@ -99,18 +88,16 @@ active [THREADS] proctype thread() {
        fi
        if
        :: taken ->
-          noteEntry();
           held++;
           if :: held == 1 -> inside++ :: else fi
-          assert(inside == 1 && owner == me && ownerId == me && depth == held && count == held)
-       :: else -> assert(held == 0 && ownerId != me)  // Who holds it is never refused.
+          assert(inside == 1 && owner == me && depth == held)
+       :: else -> assert(held == 0 && owner != me)  // Who holds it is never refused.
        fi
     :: held > 0 ->
        if :: held == 1 -> inside-- :: else fi
        held--;
-       noteLeaving();
        leave(old);
-       assert((ownerId == me) == (held > 0))
+       assert((owner == me) == (held > 0))
     :: held == 0 -> break
     od
 }

