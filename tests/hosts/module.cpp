@@ -93,10 +93,6 @@ const char* exchanges(const Host& host) {
     return failure;
 }
 
-struct Clip {
-    std::string name;
-};
-
 // Objects of all kinds and a busy thread.
 void leaveMuchAlive() {
     static const std::string text(kLineBytes, 's');
@@ -104,7 +100,7 @@ void leaveMuchAlive() {
     static CriticalSection held("left held");
     held.enter();
     auto& registry = *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance();
-    registry.findOrCreate<Clip>("left registered")->name = text;
+    *registry.findOrCreate<std::string>("left registered") = text;
     std::thread([] {
         for (String busy;;) busy = String("round ") + String(busy.size());
     }).detach();

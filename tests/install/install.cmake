@@ -35,6 +35,11 @@ expect("${out}" "Version 12.*start 1")
 
 # tools/check packages builds this one too.
 run(${CMAKE_COMMAND} -S ${work}/embedded -B ${work}/embedded/build -DFETCHCONTENT_SOURCE_DIR_VORN=${SOURCE})
+file(READ ${work}/embedded/CMakeLists.txt text)
+string(REGEX REPLACE "include.FetchContent.*MakeAvailable.Vorn." "add_subdirectory(vorn)" text "${text}")
+file(WRITE ${work}/embedded/CMakeLists.txt "${text}")
+file(CREATE_LINK ${SOURCE} ${work}/embedded/vorn SYMBOLIC)
+run(${CMAKE_COMMAND} -S ${work}/embedded -B ${work}/embedded/build)
 
 file(WRITE ${work}/next/CMakeLists.txt "cmake_minimum_required(VERSION 3.22)
 project(next LANGUAGES NONE)

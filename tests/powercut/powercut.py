@@ -25,6 +25,7 @@ WAYS = [f"{system}:{way}" for system in ("ext4", "noisy", "xfs", "btrfs")
 CONTROLS = ["noisy:rename-without-fsync", "noisy:truncate-and-write", "noisy:truncate-and-fsync",
             "ext4:no-fsync-of-folder"]
 DISKS = WAYS + CONTROLS
+IMAGES = {disk: f"{FOLDER}/{disk}.img" for disk in DISKS}
 SIZE = 320 << 20  # of a file system; tests/powercut/saver.cpp writes behind it.
 SECTOR = 4096  # A disk writes it whole; ext4 and btrfs cannot mount part of a superblock.
 RECORDED, DEADLINE, AT_ONCE, TRIES = 30, 180, 24, 3  # seconds, seconds, disks of a boot, boots
@@ -32,12 +33,8 @@ RECORDED, DEADLINE, AT_ONCE, TRIES = 30, 180, 24, 3  # seconds, seconds, disks o
 Request = collections.namedtuple("Request", "saved offset data")  # No data: a flush.
 
 
-def base(disk):
-    return f"{FOLDER}/{disk}.img"
-
-
 def requests(path):
-    """What QEMU has logged for a disk, as Linux' log-writes does: a header in 512 bytes, and the data."""
+    """What QEMU has logged for a disk, as Linux' log-writes does: headers in 512 bytes, and data."""
     log = [Request(0, 0, None)]  # What mkfs wrote is on the disk.
     saved = 0
     with open(path, "rb") as file:
@@ -64,17 +61,18 @@ def machine(task, disks, drives):
     for i, drive in enumerate(drives):
         command += ["-blockdev", f"{drive},node-name=d{i}",
                     "-device", f"virtio-blk,drive=d{i},discard=off,write-zeroes=off"]
-    return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+    return command
 
 
 def record():
     paths = [f"{FOLDER}/{i}" for i in range(len(DISKS))]
     for path, disk in zip(paths, DISKS):
-        subprocess.check_call(["cp", "--sparse=always", base(disk), path])
+        subprocess.check_call(["cp", "--sparse=always", IMAGES[disk], path])
         open(f"{path}.log", "wb").close()
-    process = machine("record", DISKS, [
-        f"driver=blklogwrites,file.driver=file,file.filename={path},"
-        f"log.driver=file,log.filename={path}.log" for path in paths])
+    drives = [f"driver=blklogwrites,file.driver=file,file.filename={path},"
+              f"log.driver=file,log.filename={path}.log" for path in paths]
+    process = subprocess.Popen(machine("record", DISKS, drives),
+                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
     end = time.monotonic() + DEADLINE
     saved = [0]
     while min(saved) < 2 and process.poll() is None and time.monotonic() < end:
@@ -91,7 +89,7 @@ def record():
 def make(path, disk, log, at, kind):
     """The disk as it is after a cut before request `at`, always the same for the same arguments."""
     lots = random.Random(at)
-    subprocess.check_call(["cp", "--sparse=always", base(disk), path])
+    subprocess.check_call(["cp", "--sparse=always", IMAGES[disk], path])
     flushed = max(n for n in range(at) if log[n].data is None)
     with open(path, "r+b") as image:
         for n, (_, offset, data) in enumerate(log[:at]):
@@ -108,13 +106,10 @@ def judge(name, cuts):
         os.makedirs(folder, exist_ok=True)
         for i, cut in enumerate(cuts):
             make(f"{folder}/{i}", *cut)
-        process = machine("judge", [cut[0] for cut in cuts],
-                          [f"driver=file,filename={folder}/{i}" for i in range(len(cuts))])
-        try:
-            said = process.communicate(timeout=DEADLINE)[0].decode(errors="replace")
-        except subprocess.TimeoutExpired:
-            process.kill()
-            said = process.communicate()[0].decode(errors="replace")
+        drives = [f"driver=file,filename={folder}/{i}" for i in range(len(cuts))]
+        command = ["timeout", str(DEADLINE), *machine("judge", [cut[0] for cut in cuts], drives)]
+        said = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              encoding="utf-8", errors="replace").stdout
         shutil.rmtree(folder)
         found = dict(re.findall(r"@ (\d+),(.*)", said))
         if len(found) == len(cuts):
@@ -130,9 +125,9 @@ def version_in(versions):
 
 for disk in DISKS:  # Each with an identity of its own.
     system = disk.split(":")[0].replace("noisy", "ext4")
-    subprocess.check_call(["truncate", "-s", str(SIZE), base(disk)])
-    subprocess.check_call([f"mkfs.{system}", "-q", base(disk)], stdout=subprocess.DEVNULL)
-    subprocess.check_call(["truncate", "-s", str(SIZE + SECTOR), base(disk)])
+    subprocess.check_call(["truncate", "-s", str(SIZE), IMAGES[disk]])
+    subprocess.check_call([f"mkfs.{system}", "-q", IMAGES[disk]], stdout=subprocess.DEVNULL)
+    subprocess.check_call(["truncate", "-s", str(SIZE + SECTOR), IMAGES[disk]])
 records = [record() for _ in range(1 + CUTS // 50)]
 cuts = []
 for disk, *logs in zip(DISKS, *records):

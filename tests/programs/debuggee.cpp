@@ -36,7 +36,6 @@ int main() {
     const Vorn::Ptr<int> none;
     CriticalSection lock("lock");
     const EasyCrit guard(lock);
-    const CriticalSection unnamed;
     const Vorn::AttribValuePair line("key = value", '=');
     Vorn::AttribValuePair changed("key=value", '=');
     changed.setValue("new");

@@ -23,7 +23,6 @@ EXPECTED = {
     "clip->frames": "250",
     "none": "Vorn::Ptr<int> (null)",
     "lock": 'CriticalSection {name = "lock", owner = 1, depth = 1}',
-    "unnamed": 'CriticalSection {name = "", owner = 0, depth = 0}',
     "guard": 'EasyCrit {name = "lock", owner = 1, depth = 1}',
     "line": '"key = value"',
     "changed": '"key=new"',
