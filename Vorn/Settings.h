@@ -83,6 +83,12 @@ struct IsList<::Vector<T>> : std::true_type {
 /// changed and no other byte: order, blank lines, comments, spelling, line ends and a byte order
 /// mark stay.
 ///
+///     Vorn::Settings settings;
+///     if (!settings.load(L"studio.ini")) return;
+///     const int width = settings.get("Video", "Width", 1920);
+///     settings.set("Video", "Width", 2 * width);
+///     if (!settings.save(L"studio.ini")) warn();
+///
 /// Lines mean what they mean to `VornIniFile`, with these additions. A setting is a line with a "="
 /// whose key is not empty and does not begin with ";" or "#". All other lines, except headers, are
 /// comments. Keys and values do not include the blanks around them, which are spaces and control

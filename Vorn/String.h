@@ -169,6 +169,7 @@ public:
     /// number of elements of `out`. A delimiter at the end does not start another field; an empty
     /// text is one empty field. `flags` are those of SplitFlags.h; a double quote after a backslash
     /// does not count, and both stay in the fields. When memory runs out, `out` is unchanged.
+    /// "a;b;;c;" has the fields "a", "b", "" and "c".
     unsigned split(char delim, Vector<String>& out, unsigned flags) const;
 
     /// Append text, or a number in the form that the constructors give it.

@@ -36,6 +36,9 @@ struct VORN_EXPORT NamedObjectInfo {
 /// The registry never owns an object: whoever registers it keeps it alive while it is registered.
 /// Not copyable.
 ///
+///     auto& registry = *Vorn::NamedObjectsNamespace::getGlobalNamespaceInstance();
+///     Mixer* const mixer = registry.findOrCreate<Mixer>("main mixer");
+///
 /// Thread safety:
 /// - Any thread may call any operation. Locks are re-entrant; an operation that throws leaves all
 ///   that it took.
