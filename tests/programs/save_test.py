@@ -246,7 +246,8 @@ class SaveTest(unittest.TestCase):
     def test_a_file_that_another_save_takes_for_abandoned_is_made_again(self):
         for fault in REMOVED, errno.EWOULDBLOCK:
             start()
-            self.assertEqual(outcome("file", "flock", 1, fault), "replaced new", fault)
+            made = save("file", "flock", 1, fault).stdout.count(" exclusively ")
+            self.assertEqual((made, state("file"), temporaries()), (2, "new", []), fault)
 
 
 unittest.main()
