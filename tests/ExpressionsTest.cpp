@@ -116,6 +116,7 @@ TEST(Expressions, VectorsWorkWithAlgorithmsAndViews) {
     *std::back_inserter(numbers) = 4;
     EXPECT_EQ(numbers, (Vector<int>{1, 2, 3, 4}));
     EXPECT_NE(numbers, (Vector<int>{1, 2, 3}));
+    EXPECT_NE((Vector<int>{1, 2, 3}), numbers);
     EXPECT_EQ(std::span(numbers).back(), 4);
     EXPECT_EQ(numbers.front(), 1);
     EXPECT_EQ(numbers.back(), 4);
