@@ -62,7 +62,7 @@ struct Subject {
         }
         copies.add(Copied());
         copies[0].text = "a text that needs a block";
-        settings.parse("[Section]\nkey = a value that needs a block\n");
+        settings.parse("[Section]\nkey = a value that needs a block");
         ini["Section"].emplace_back("key=old", '=').setValue("value");
         files.put(L"output", "old");
         files.put(L"input", "x=1\n[A]\ny=2\n[B]\nz=3\n");

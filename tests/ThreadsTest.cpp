@@ -123,7 +123,7 @@ TEST(Threads, UseAPoolWhileItIsReported) {
 TEST(Threads, FindTheOneObjectThatAnyOfThemMade) {
     using Object = std::atomic<unsigned>;
     static Object made = 0;
-    constexpr std::size_t kStepsAKey = 500;
+    constexpr std::size_t kStepsAKey = 1000;
     const auto make = []() -> void* {
         std::this_thread::yield();
         ++made;
@@ -132,13 +132,15 @@ TEST(Threads, FindTheOneObjectThatAnyOfThemMade) {
     const test::Threads yielding;
     Vorn::NamedObjectsNamespace space("test");
     std::barrier together(kThreads);
-    runOnAllThreads([&](std::size_t, std::size_t step) {
+    runOnAllThreads([&](std::size_t thread, std::size_t step) {
         const std::string key = std::to_string(step / kStepsAKey);
         if (step % kStepsAKey == 0) {
             together.arrive_and_wait();
             space.findOrCreate<Object>(key.c_str(), make);
-            space.lock<int>(key.c_str());
-            space.unlock<int>(key.c_str());
+            const std::string ownKey = key + " of thread " + std::to_string(thread);
+            EXPECT_EQ(space.find<int>(ownKey.c_str()), nullptr) << "while others add theirs";
+            space.lock<int>(ownKey.c_str());
+            space.unlock<int>(ownKey.c_str());
         }
         EXPECT_EQ(space.find<Object>(key.c_str()), &made);
     });
