@@ -66,8 +66,10 @@ TEST(Settings, AChangeTouchesItsLinesAlone) {
         Settings settings = settingsOf(row.before);
         if (row.value)
             settings.set(row.section, row.key, row.value);
+        else if (row.key)
+            settings.erase(row.section, row.key);
         else
-            row.key ? settings.erase(row.section, row.key) : settings.eraseSection(row.section);
+            settings.eraseSection(row.section);
         EXPECT_EQ(settings.text(), row.after) << "from " << row.before;
     }
 }

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
-"""The code blocks of documents, compiled and run.
+"""The code blocks of documents, compiled and run, and what they lead to.
 
 doc_blocks.py sources FOLDER DOCUMENT...: writes each cpp block to a file, and prints its name
 doc_blocks.py follow FOLDER TOOLS DOCUMENT: does in FOLDER what the console blocks show, each command
     after "$ ". A block with a file's name is written, or compared where the file is there.
-doc_blocks.py compare ROOT DOCUMENT: of the blocks with a file's name each is that file below ROOT."""
+doc_blocks.py compare ROOT DOCUMENT: of the blocks with a file's name each is that file below ROOT.
+doc_blocks.py names ROOT DOCUMENT...: each name of 17 letters or more, which is then one of ours, stands
+    in the sources below ROOT, and each link leads somewhere."""
 import os
 import pathlib
 import re
@@ -56,6 +58,26 @@ def follow(folder, tools, document):
             path.write_text(text, encoding="utf-8")
 
 
+def anchors(document):
+    headings = re.findall(r"^#+ (.*)$", document.read_text(encoding="utf-8"), re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", heading).lower().replace(" ", "-") for heading in headings}
+
+
+def names(root, *documents):
+    sources = "".join(path.read_text(encoding="utf-8") for folder in ("Vorn", "cmake", "platform", "tests")
+                      for path in pathlib.Path(root, folder).rglob("*")
+                      if path.suffix in (".cmake", ".cpp", ".h", ".py"))
+    for document in map(pathlib.Path, documents):
+        text = document.read_text(encoding="utf-8")
+        for name in re.findall(r"`([A-Za-z]\w{16,})…?`", text):
+            if name not in sources:
+                sys.exit(f"{document}: nothing has the name {name}")
+        for link, anchor in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", text):
+            target = document.parent / link if link else document
+            if not target.exists() or (anchor and anchor not in anchors(target)):
+                sys.exit(f"{document}: there is no {link}#{anchor}")
+
+
 if sys.argv[1:] == ["--help"]:
     sys.exit(print(__doc__))
-{"sources": sources, "follow": follow, "compare": compare}[sys.argv[1]](*sys.argv[2:])
+{"sources": sources, "follow": follow, "compare": compare, "names": names}[sys.argv[1]](*sys.argv[2:])
