@@ -88,6 +88,7 @@ void checkFields(const String& s, unsigned n, char delim) {
 
 // What `String` leaves to those who hold a representation themselves.
 void checkRep(const std::string& text, char c, unsigned from, unsigned to) {
+    assert(StringRep(nullptr, to).length == 0);
     StringRep rep(text.data(), static_cast<unsigned>(text.size()));
     const auto bytes = [&] { return std::string(rep.buffer, rep.length); };
     rep.refCount = 2;

@@ -120,6 +120,8 @@ TEST(Expressions, VectorsWorkWithAlgorithmsAndViews) {
     EXPECT_EQ(std::span(numbers).back(), 4);
     EXPECT_EQ(numbers.front(), 1);
     EXPECT_EQ(numbers.back(), 4);
+    EXPECT_EQ(std::as_const(numbers).front(), 1);
+    EXPECT_EQ(std::as_const(numbers).back(), 4);
     EXPECT_FALSE(numbers.empty());
 }
 

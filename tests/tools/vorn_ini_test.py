@@ -75,6 +75,7 @@ class VornIni(unittest.TestCase):
                 (NOT_FOUND, f'{file}: [Video] Width: "1920" is not of type bool', "get", file, "Video", "Width",
                  "--type", "bool"),
                 (USAGE, "KEY is required", "get", file, "a"),
+                (USAGE, "text not in {bool,int,float}", "get", file, "Video", "Width", "--type", "text"),
                 (USAGE, f'{file}: [a] b: "c" is not of type int', "set", file, "a", "b", "c", "--type", "int"),
                 (USAGE, f"{file}: [a] b: ", "set", file, "a", "b", "c\nd"),
                 (USAGE, "A subcommand is required", "change", file)]:
