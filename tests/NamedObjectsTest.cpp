@@ -27,7 +27,7 @@ constexpr char kNotLocked[] =
 
 enum Operation { kUnlock, kFind, kRemove, kCreate, kCreateOrReplace, kLock, kFindOrCreate };
 constexpr std::size_t kOperations = 7;
-enum class Factory { returns, throws, registersOther };
+enum class Factory { returns, throws, registersOther, locksItsKey };
 
 // One use of a key.
 struct Use {
@@ -42,11 +42,17 @@ struct Use {
 std::string apply(const Use& use, Vorn::NamedObjectsNamespace& space) {
     static const Use* running;  // Here, since factories have no arguments.
     static Vorn::NamedObjectsNamespace* used;
+    static bool called;
     const auto make = []() -> void* {
+        EXPECT_FALSE(std::exchange(called, true)) << "once for each use";
         if (running->factory == Factory::throws) throw RuntimeError("thrown", "", 1);
-        if (running->factory == Factory::returns) return running->object;
-        used->create_(*running->type, running->name, &first);
-        return &second;
+        if (running->factory == Factory::registersOther)
+            used->create_(*running->type, running->name, &first);
+        if (running->factory == Factory::locksItsKey) {
+            used->lock_(*running->type, running->name, true);
+            used->unlock_(*running->type, running->name);
+        }
+        return running->object;
     };
     try {
         const auto& [operation, type, name, object, factory] = use;
@@ -59,6 +65,7 @@ std::string apply(const Use& use, Vorn::NamedObjectsNamespace& space) {
         if (operation == kFindOrCreate) {
             running = &use;
             used = &space;
+            called = false;
             space.findOrCreate_(*type, name, make);
         }
         return "";
@@ -100,7 +107,7 @@ Use chooseUse(std::mt19937& random) {
     const char* const names[] = {"", "name", "Name", "Bamabit", "Bapabam", nullptr};
     void* const objects[] = {&first, &second, &first, nullptr};
     return {Operation(random() % kOperations), types[random() % 2], names[random() % 6],
-            objects[random() % 4], Factory(random() % 3)};
+            objects[random() % 4], Factory(random() % 4)};
 }
 
 TEST(NamedObjects, BehaveLikeAMap) {

@@ -110,6 +110,9 @@ TEST(Text, QuotesKeepDelimitersInTheirField) {
 }
 
 TEST(WString, NullIsEmptyText) {
+    const wchar_t* const null = nullptr;
+    EXPECT_TRUE(startsWith(L"text", null, true));
+    EXPECT_TRUE(endsWith(L"text", null, true));
     EXPECT_EQ(WStringFromAscii(nullptr), L"");
     EXPECT_EQ(WStringFromUTF8(nullptr), L"");
 }
