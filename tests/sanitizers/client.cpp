@@ -64,6 +64,24 @@ bool copiesAreShared() {
     return true;
 }
 
+struct Node {
+    Node* next = nullptr;
+    int number = 0;
+};
+
+// Whoever pops a node reads what was written before it was pushed.
+bool nodesAreHandedOver() {
+    Node node;
+    Vorn::LockFree::Stack<Node> stack;
+    const std::jthread other([&] {
+        node.number = 7;
+        stack.push(&node);
+    });
+    const Node* popped = nullptr;
+    while (!popped) popped = stack.pop();
+    return popped->number == 7;
+}
+
 constexpr char kText[] = "a text of some length, on its own";
 
 void readTextAfterFree() {
@@ -102,6 +120,7 @@ const char* play(const std::string& scenario, const std::string& folder) {
         return guarded ? nullptr : "a lock did not guard";
     }
     if (scenario == "copies") return copiesAreShared() ? nullptr : "a copy changed the other";
+    if (scenario == "nodes") return nodesAreHandedOver() ? nullptr : "a node was not written";
     const std::map<std::string, void (*)()> faults = {
         {"unguarded_count", [] { countsUnder(NoLock()); }},
         {"text_after_free", readTextAfterFree},

@@ -212,10 +212,10 @@ struct Threads : iThreadServices {
     Override<iThreadServices> installation{this};
 };
 
-/// Every folder is this one.
+/// This is the base of the logs folder; there is no other.
 struct Folder : iPathServices {
     explicit Folder(const std::string& name) : path(name.begin(), name.end()) {}
-    WString getFolderPath(int) override { return used(path); }
+    WString getFolderPath(int code) override { return used(code) == 4 ? path : WString(); }
 
     const WString path;
     Override<iPathServices> installation{this};
